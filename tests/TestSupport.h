@@ -1,0 +1,48 @@
+// Helpers shared by the tests: temporary directories, files, and running the tavo executable.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace testsupport {
+
+// A fresh directory under /tmp, removed with everything in it when the object goes away.
+class TempDir {
+public:
+    TempDir();
+    ~TempDir();
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+
+    const std::string& Path() const { return m_path; }
+    // Path of a file inside the directory.
+    std::string File(const std::string& name) const;
+
+private:
+    std::string m_path;
+};
+
+void WriteFile(const std::string& path, const std::string& content);
+std::string ReadFile(const std::string& path);
+bool FileExists(const std::string& path);
+
+struct RunResult {
+    int exitStatus = -1; // -1 when the process did not exit normally or timed out
+    std::string output;  // standard output
+    std::string errors;  // standard error
+};
+
+// Runs an executable with the arguments, standard input from /dev/null, killing it after
+// timeoutMs. Both output streams are captured.
+RunResult RunProcess(const std::string& executable, const std::vector<std::string>& args,
+                     int timeoutMs = 20000);
+
+// Runs the built tavo executable.
+RunResult RunTavo(const std::vector<std::string>& args, int timeoutMs = 20000);
+
+// Makes the next configuration lookups see only the given INI file and command-line values,
+// as CollectParameters would after parsing them.
+void LoadConfiguration(const std::string& iniPath,
+                       const std::vector<std::pair<std::string, std::string>>& parameters = {});
+
+} // namespace testsupport
