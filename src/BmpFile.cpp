@@ -1,0 +1,263 @@
+#include "BmpFile.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <new>
+#include <stdexcept>
+
+#include "Exceptions.h"
+#include "RawFile.h"
+
+namespace {
+
+const uint16_t bitmapSignature = 0x4D42; // "BM"
+const int fileHeaderSize = 14;
+const int infoHeaderSize = 40;
+const int paletteSize = 8;
+const int pixelDataOffset = fileHeaderSize + infoHeaderSize + paletteSize;
+// Entry 0 white, entry 1 black: a set bit is a dark pixel.
+const unsigned char writtenPalette[paletteSize] = {255, 255, 255, 0, 0, 0, 0, 0};
+// Only the third byte of each palette entry is compared on reading.
+const int paletteCompareByte = 2;
+
+uint16_t GetU16(const unsigned char* p) {
+    return static_cast<uint16_t>(p[0] | (p[1] << 8));
+}
+
+uint32_t GetU32(const unsigned char* p) {
+    return static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
+           (static_cast<uint32_t>(p[2]) << 16) | (static_cast<uint32_t>(p[3]) << 24);
+}
+
+void PutU16(unsigned char* p, uint32_t value) {
+    p[0] = static_cast<unsigned char>(value);
+    p[1] = static_cast<unsigned char>(value >> 8);
+}
+
+void PutU32(unsigned char* p, uint32_t value) {
+    PutU16(p, value);
+    PutU16(p + 2, value >> 16);
+}
+
+void DecodeHeaders(const unsigned char* data, BITMAPFILEHEADER& file, BITMAPINFOHEADER& info) {
+    file.bfType = GetU16(data);
+    file.bfSize = GetU32(data + 2);
+    file.bfReserved1 = GetU16(data + 6);
+    file.bfReserved2 = GetU16(data + 8);
+    file.bfOffBits = GetU32(data + 10);
+    const unsigned char* p = data + fileHeaderSize;
+    info.biSize = GetU32(p);
+    info.biWidth = static_cast<int32_t>(GetU32(p + 4));
+    info.biHeight = static_cast<int32_t>(GetU32(p + 8));
+    info.biPlanes = GetU16(p + 12);
+    info.biBitCount = GetU16(p + 14);
+    info.biCompression = GetU32(p + 16);
+    info.biSizeImage = GetU32(p + 20);
+    info.biXPelsPerMeter = static_cast<int32_t>(GetU32(p + 24));
+    info.biYPelsPerMeter = static_cast<int32_t>(GetU32(p + 28));
+    info.biClrUsed = GetU32(p + 32);
+    info.biClrImportant = GetU32(p + 36);
+}
+
+void EncodeHeaders(const BITMAPFILEHEADER& file, const BITMAPINFOHEADER& info,
+                   unsigned char* data) {
+    PutU16(data, file.bfType);
+    PutU32(data + 2, file.bfSize);
+    PutU16(data + 6, file.bfReserved1);
+    PutU16(data + 8, file.bfReserved2);
+    PutU32(data + 10, file.bfOffBits);
+    unsigned char* p = data + fileHeaderSize;
+    PutU32(p, info.biSize);
+    PutU32(p + 4, static_cast<uint32_t>(info.biWidth));
+    PutU32(p + 8, static_cast<uint32_t>(info.biHeight));
+    PutU16(p + 12, info.biPlanes);
+    PutU16(p + 14, info.biBitCount);
+    PutU32(p + 16, info.biCompression);
+    PutU32(p + 20, info.biSizeImage);
+    PutU32(p + 24, static_cast<uint32_t>(info.biXPelsPerMeter));
+    PutU32(p + 28, static_cast<uint32_t>(info.biYPelsPerMeter));
+    PutU32(p + 32, info.biClrUsed);
+    PutU32(p + 36, info.biClrImportant);
+}
+
+// Closes the file on every way out of BmpFileReader::Open.
+class FileCloser {
+public:
+    explicit FileCloser(FILE* file) : m_file(file) {}
+    ~FileCloser() { std::fclose(m_file); }
+    FileCloser(const FileCloser&) = delete;
+    FileCloser& operator=(const FileCloser&) = delete;
+
+private:
+    FILE* m_file;
+};
+
+int64_t FileSize(FILE* file) {
+    if (std::fseek(file, 0, SEEK_END) != 0) {
+        return -1;
+    }
+    return std::ftell(file);
+}
+
+std::vector<unsigned char> AllocateBytes(int64_t count) {
+    try {
+        return std::vector<unsigned char>(static_cast<size_t>(count));
+    } catch (const std::bad_alloc&) {
+        throw new SystemException("Not enough memory");
+    } catch (const std::length_error&) {
+        throw new SystemException("Not enough memory");
+    }
+}
+
+} // namespace
+
+unsigned char SwapByte(unsigned char b) {
+    b = static_cast<unsigned char>((b & 0xF0) >> 4 | (b & 0x0F) << 4);
+    b = static_cast<unsigned char>((b & 0xCC) >> 2 | (b & 0x33) << 2);
+    b = static_cast<unsigned char>((b & 0xAA) >> 1 | (b & 0x55) << 1);
+    return b;
+}
+
+void BmpFileReader::Open(const std::string& filename) {
+    FILE* file = OpenDataFile(filename, "rb");
+    FileCloser closer(file);
+
+    unsigned char headers[fileHeaderSize + infoHeaderSize];
+    BITMAPFILEHEADER fileHeader{};
+    BITMAPINFOHEADER infoHeader{};
+    const bool complete = std::fread(headers, 1, sizeof(headers), file) == sizeof(headers);
+    if (complete) {
+        DecodeHeaders(headers, fileHeader, infoHeader);
+    }
+    // Top-down pictures (negative height) are not supported either.
+    if (!complete || fileHeader.bfType != bitmapSignature || infoHeader.biPlanes != 1 ||
+        infoHeader.biBitCount != 1 || infoHeader.biCompression != 0 || infoHeader.biWidth < 0 ||
+        infoHeader.biHeight < 0) {
+        throw new FileIoException("Wrong bitmap file format");
+    }
+    const std::string readError = "File '" + filename + "' read error";
+    unsigned char palette[paletteSize];
+    if (std::fread(palette, 1, sizeof(palette), file) != sizeof(palette)) {
+        throw new FileIoException(readError);
+    }
+    const int height = infoHeader.biHeight;
+    const int width = infoHeader.biWidth;
+    const int64_t rowSize = (static_cast<int64_t>(width) + 7) / 8;
+    const int64_t stride = (rowSize + 3) / 4 * 4;
+    const int64_t pixelDataSize = stride * height;
+    // A header that promises more pixel data than the file holds is a short read; finding
+    // that out first spares allocating for data that is not there.
+    if (fileHeader.bfOffBits + pixelDataSize > FileSize(file)) {
+        throw new FileIoException(readError);
+    }
+    std::vector<unsigned char> pixelData = AllocateBytes(pixelDataSize);
+    if (std::fseek(file, static_cast<long>(fileHeader.bfOffBits), SEEK_SET) != 0 ||
+        std::fread(pixelData.data(), 1, pixelData.size(), file) != pixelData.size()) {
+        throw new FileIoException(readError);
+    }
+
+    bitmapBytes.clear();
+    bitmapBytes.shrink_to_fit();
+    bitmapBytes = AllocateBytes(rowSize * height);
+    bitmapHeight = height;
+    bitmapWidth = width;
+
+    // Entry 0 darker than entry 1 means a set bit is a light pixel: invert to make 1 dark.
+    const bool invert = palette[paletteCompareByte] < palette[4 + paletteCompareByte];
+    const int unusedBits = width % 8;
+    for (int64_t row = 0; row < height; ++row) {
+        const unsigned char* fileRow = pixelData.data() + (height - 1 - row) * stride;
+        unsigned char* recordRow = bitmapBytes.data() + row * rowSize;
+        for (int64_t k = 0; k < rowSize; ++k) {
+            unsigned char value = fileRow[k];
+            // The fill bits are set before the inversion, so they end as 1 with a white-first
+            // palette and as 0 with a black-first one. The ECR has always received them so.
+            if (k == rowSize - 1 && unusedBits != 0) {
+                value = static_cast<unsigned char>(value | (0xFF >> unusedBits));
+            }
+            value = SwapByte(value);
+            if (invert) {
+                value = static_cast<unsigned char>(~value);
+            }
+            recordRow[k] = value;
+        }
+    }
+}
+
+int BmpFileReader::Read(int recordNumber, char* buffer, int bufferSize) {
+    if (bitmapBytes.empty() || recordNumber < 0 || recordNumber >= bitmapHeight || bufferSize < 0) {
+        return 0;
+    }
+    const int64_t rowSize = (static_cast<int64_t>(bitmapWidth) + 7) / 8;
+    const int count = static_cast<int>((std::min(bufferSize, bitmapWidth) + 7LL) / 8);
+    std::memcpy(buffer, bitmapBytes.data() + recordNumber * rowSize, static_cast<size_t>(count));
+    return count;
+}
+
+void BmpFileReader::Close() {
+    bitmapBytes.clear();
+    bitmapBytes.shrink_to_fit();
+    bitmapHeight = 0;
+    bitmapWidth = 0;
+}
+
+BmpFileWriter::~BmpFileWriter() {
+    Close();
+}
+
+void BmpFileWriter::Open(const std::string& filename) {
+    if (ioFile != nullptr) {
+        std::fclose(ioFile);
+        ioFile = nullptr;
+    }
+    ioFile = OpenDataFile(filename, "wb");
+    bitmapFileHeader = BITMAPFILEHEADER{};
+    bitmapInfoHeader = BITMAPINFOHEADER{};
+    bitmapBody.clear();
+    bitmapFileHeader.bfType = bitmapSignature;
+    bitmapInfoHeader.biSize = infoHeaderSize;
+    bitmapInfoHeader.biPlanes = 1;
+    bitmapInfoHeader.biBitCount = 1;
+    bitmapInfoHeader.biCompression = 0;
+}
+
+void BmpFileWriter::Write(const char* data, int length) {
+    const int64_t width = static_cast<int64_t>(length) * 8;
+    if (length < 0 || width > INT32_MAX) {
+        THROW_INTERNAL_ERROR();
+    }
+    if (bitmapBody.empty()) {
+        bitmapInfoHeader.biWidth = width;
+    } else if (width != bitmapInfoHeader.biWidth) {
+        throw new SystemException("Unconsequent line length");
+    }
+    bitmapBody.emplace_back(data, data + length);
+}
+
+void BmpFileWriter::Close() {
+    if (ioFile == nullptr) {
+        return;
+    }
+    if (bitmapInfoHeader.biWidth != 0) {
+        const uint32_t stride = (static_cast<uint32_t>(bitmapInfoHeader.biWidth) + 31) / 32 * 4;
+        bitmapInfoHeader.biHeight = static_cast<int32_t>(bitmapBody.size());
+        bitmapInfoHeader.biSizeImage = static_cast<uint32_t>(bitmapBody.size()) * stride;
+        bitmapFileHeader.bfOffBits = pixelDataOffset;
+        bitmapFileHeader.bfSize = bitmapInfoHeader.biSizeImage + pixelDataOffset;
+
+        unsigned char headers[fileHeaderSize + infoHeaderSize];
+        EncodeHeaders(bitmapFileHeader, bitmapInfoHeader, headers);
+        std::fwrite(headers, 1, sizeof(headers), ioFile);
+        std::fwrite(writtenPalette, 1, sizeof(writtenPalette), ioFile);
+
+        std::vector<unsigned char> fileRow(stride);
+        for (auto row = bitmapBody.rbegin(); row != bitmapBody.rend(); ++row) {
+            std::fill(fileRow.begin(), fileRow.end(), 0);
+            std::transform(row->begin(), row->end(), fileRow.begin(), SwapByte);
+            std::fwrite(fileRow.data(), 1, fileRow.size(), ioFile);
+        }
+    }
+    std::fclose(ioFile);
+    ioFile = nullptr;
+}

@@ -1,0 +1,114 @@
+#include "Formatting/BinaryDataParser.h"
+
+#include <cstring>
+
+namespace {
+
+const byte maxMagnitudeBytes = 8;
+const byte signBit = 0x80;
+const byte decimalCountMask = 0x7F;
+
+bool IsTag(byte value) {
+    return value >= BinaryFieldType_Text && value <= BinaryFieldType_Binary;
+}
+
+} // namespace
+
+FieldType BinaryDataParser::ToFieldType(BinaryFieldType type) {
+    switch (type) {
+    case BinaryFieldType_Text:
+        return FieldType_String;
+    case BinaryFieldType_Integer:
+    case BinaryFieldType_Decimal:
+        return FieldType_Number;
+    case BinaryFieldType_Binary:
+        return FieldType_Binary;
+    }
+    return FieldType_Unknown;
+}
+
+FieldType BinaryDataParser::GetFieldType() {
+    if (m_position >= m_dataLen) {
+        return FieldType_None;
+    }
+    return ToFieldType(static_cast<BinaryFieldType>(m_dataBuf[m_position]));
+}
+
+ushort BinaryDataParser::GetStringEndPos(ushort start) {
+    size_t pos = start;
+    while (pos < m_dataLen && !IsTag(m_dataBuf[pos])) {
+        ++pos;
+    }
+    return static_cast<ushort>(pos - 1);
+}
+
+bool BinaryDataParser::GetString(char* buf, ushort bufLen) {
+    if (GetFieldType() != FieldType_String) {
+        return false;
+    }
+    const size_t start = m_position + 1u;
+    const size_t end = static_cast<size_t>(GetStringEndPos(static_cast<ushort>(start))) + 1;
+    const size_t count = end - start;
+    if (bufLen <= count) {
+        return false;
+    }
+    std::memcpy(buf, m_dataBuf + start, count);
+    buf[count] = '\0';
+    m_position = static_cast<ushort>(end);
+    // A zero byte inside the text is a control character too, not the end of the text.
+    return std::strlen(buf) == count && IsValidString(buf);
+}
+
+bool BinaryDataParser::GetNumber(Decimal& num) {
+    if (GetFieldType() != FieldType_Number) {
+        return false;
+    }
+    const bool isDecimal = m_dataBuf[m_position] == BinaryFieldType_Decimal;
+    const size_t headerLength = isDecimal ? 3 : 2;
+    if (m_position + headerLength > m_dataLen) {
+        return false;
+    }
+    const byte byteCount = m_dataBuf[m_position + 1];
+    if (byteCount > maxMagnitudeBytes) {
+        return false;
+    }
+    const size_t magnitudeStart = m_position + headerLength;
+    if (magnitudeStart + byteCount > m_dataLen) {
+        return false;
+    }
+    bool isNegative = false;
+    byte decimalCount = 0;
+    if (isDecimal) {
+        const byte signAndDecimals = m_dataBuf[m_position + 2];
+        isNegative = (signAndDecimals & signBit) != 0;
+        decimalCount = signAndDecimals & decimalCountMask;
+    }
+    if (byteCount == 0) {
+        num = Decimal(0, decimalCount);
+    } else {
+        num.Deserialize(m_dataBuf + magnitudeStart, byteCount, isNegative, decimalCount);
+    }
+    m_position = static_cast<ushort>(magnitudeStart + byteCount);
+    return true;
+}
+
+bool BinaryDataParser::GetBinary(byte* buf, ushort bufLen, ushort& dataLen) {
+    if (GetFieldType() != FieldType_Binary) {
+        return false;
+    }
+    if (m_position + 2u > m_dataLen) {
+        dataLen = 0;
+        return false;
+    }
+    dataLen = m_dataBuf[m_position + 1];
+    if (bufLen < dataLen) {
+        return false;
+    }
+    const size_t dataStart = m_position + 2u;
+    if (dataStart + dataLen > m_dataLen) {
+        return false;
+    }
+    std::memcpy(buf, m_dataBuf + dataStart, dataLen);
+    m_position = static_cast<ushort>(dataStart + dataLen);
+    return true;
+}

@@ -1,0 +1,23 @@
+// Appending fields to a record in the caller's buffer, whatever its encoding.
+#pragma once
+
+#include "Decimal.h"
+
+// Every operation checks the free space first and returns false when the field does not fit;
+// the caller then abandons the whole record.
+class DataFormatter {
+public:
+    DataFormatter(byte* buf, ushort bufLen) : m_dataBuf(buf), m_dataBufLen(bufLen), m_dataLen(0) {}
+    virtual ~DataFormatter() = default;
+
+    virtual bool AddNumber(const Decimal& num) = 0;
+    virtual bool AddString(const char* str) = 0;
+    virtual bool AddBinary(const byte* data, ushort dataLen) = 0;
+    // Bytes written so far.
+    virtual ushort GetLength() { return m_dataLen; }
+
+protected:
+    byte* m_dataBuf;
+    ushort m_dataBufLen;
+    ushort m_dataLen;
+};

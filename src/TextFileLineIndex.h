@@ -1,0 +1,59 @@
+// An index of the lines of a text data file by the record number in their first field. Only
+// the key, the offset and the line number of each line are kept; a record is read again from
+// the file when it is asked for.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+class TextFileLineIndex {
+public:
+    struct FileLine {
+        int64_t lineKey;    // record number from the first field; 0 for a text first field
+        int32_t lineOffset; // offset of the line's first character in the file
+        int32_t lineNumber; // 1-based physical line
+    };
+
+    // Receives the line number of a line that is left out of the index.
+    typedef void (*LineCallback)(int lineNumber);
+
+    TextFileLineIndex() = default;
+    TextFileLineIndex(const TextFileLineIndex&) = delete;
+    TextFileLineIndex& operator=(const TextFileLineIndex&) = delete;
+    ~TextFileLineIndex();
+
+    // Opens the file (kept open for ReadLine) and indexes its lines in file order. Lines are
+    // read as pieces of at most 1023 characters, so a longer line counts as several. Empty
+    // lines go to onEmptyLine, lines that cannot be parsed to onBadLine; either may be null.
+    // Returns the number of entries.
+    int Build(const std::string& filename, LineCallback onEmptyLine, LineCallback onBadLine);
+
+    // Sorts entries first..last (inclusive) by key; not stable.
+    void SortRange(int first, int last);
+    bool IsSorted() const;
+    // Whether an entry other than the first has key 0 (a line that is not a numbered record).
+    bool HasUnkeyedRecord() const;
+    // In a sorted index, keeps one entry per key: the one from the latest line. For every
+    // compared pair of equal keys onDuplicate gets the line number of the second entry.
+    void RemoveDuplicates(LineCallback onDuplicate);
+
+    int GetCount() const { return static_cast<int>(fileLineIndex.size()); }
+    // The entry at position index; InternalException when there is none.
+    const FileLine& GetEntry(int index) const;
+    // Reads the line of entry index into buffer (at most bufferSize - 1 characters), without
+    // its trailing blanks, tabs and line end. Returns the length; 0 for a missing entry.
+    int ReadLine(int index, char* buffer, int bufferSize);
+
+    // Empties the index and closes the file.
+    void Close();
+
+private:
+    FileLine& At(int index);
+    void Exchange(int i, int j);
+    void Append(int64_t key, int64_t offset, int lineNumber, const std::string& filename);
+
+    std::vector<FileLine> fileLineIndex;
+    FILE* ioFile = nullptr;
+};
