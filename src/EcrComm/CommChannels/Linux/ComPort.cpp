@@ -1,0 +1,303 @@
+#include "EcrComm/CommChannels/Linux/ComPort.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <linux/serial.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include "AppConfig.h"
+#include "Defaults.h"
+#include "EcrComm/CommChannels/DataLogger.h"
+#include "EcrComm/CommChannels/Linux/HighResolutionTimer.h"
+#include "Exceptions.h"
+#include "IniFile.h"
+#include "Logging.h"
+
+namespace {
+
+const char badSetupMessage[] = "Bad serial port setup parameters";
+// VTIME counts tenths of a second.
+const unsigned int msPerVtimeUnit = 100;
+// The per-byte timeout never drops below one VTIME unit.
+const int minByteTimeoutMs = 100;
+
+struct LineSettings {
+    long baud = 38400;
+    int dataBits = 8;
+    int stopBits = 1;
+    char parity = 'o';
+};
+
+// Reads the value after the first occurrence of key, anywhere in the string. An absent key,
+// or a value the conversion cannot read, leaves value as it was.
+template <typename T>
+void ScanSetting(const std::string& settings, const char* key, const char* conversion, T& value) {
+    const size_t pos = settings.find(key);
+    if (pos != std::string::npos) {
+        std::sscanf(settings.c_str() + pos + std::strlen(key), conversion, &value);
+    }
+}
+
+LineSettings ParseLineSettings(const std::string& settings) {
+    LineSettings line;
+    ScanSetting(settings, "baud=", "%ld", line.baud);
+    ScanSetting(settings, "data=", "%d", line.dataBits);
+    ScanSetting(settings, "stop=", "%d", line.stopBits);
+    ScanSetting(settings, "parity=", "%c", line.parity);
+    return line;
+}
+
+speed_t SpeedOf(long baud) {
+    switch (baud) {
+    case 4800:
+        return B4800;
+    case 9600:
+        return B9600;
+    case 19200:
+        return B19200;
+    case 38400:
+        return B38400;
+    case 57600:
+        return B57600;
+    case 115200:
+        return B115200;
+    default:
+        throw new SystemException(badSetupMessage);
+    }
+}
+
+} // namespace
+
+ComPort::ComPort() : handle(-1), initialSettings(), currentSettings(), byteTimeoutMs(0) {}
+
+ComPort::~ComPort() {
+    Close();
+}
+
+void ComPort::Abandon() {
+    // The descriptor stays open, with the device in its current settings, until the process
+    // ends; the destructor then finds nothing to close.
+    handle = -1;
+}
+
+void ComPort::Open() {
+    const std::string tty = AppConfig::GetParameter("TTY", "");
+    if (tty.empty()) {
+        throw new ConfigurationException("Bad or missing tty name");
+    }
+    const std::string devicePath = "/dev/" + tty;
+    LogMsg(LogType_Debug, "Opening serial port " + devicePath, true);
+
+    handle = open(devicePath.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+    if (handle == -1) {
+        throw new SystemException("Unable to open serial port");
+    }
+    // Opened non-blocking so that a missing carrier cannot hang the open; I/O blocks from now.
+    fcntl(handle, F_SETFL, 0);
+    if (tcgetattr(handle, &initialSettings) != 0) {
+        throw new SystemException(
+            "Cannot read serial port settings. Please ensure that correct TTY specified");
+    }
+    ComPort_Setup(defaultComSettings);
+    ComPort_Setup(IniFile::GetString("ComSettings", ""));
+    if (tcsetattr(handle, TCSAFLUSH, &currentSettings) != 0) {
+        throw new SystemException("Cannot set serial port settings");
+    }
+    RequestLowLatency();
+}
+
+// USB-serial adapters hold received bytes back for several milliseconds unless the driver
+// runs in low-latency mode; that delay would hit every acknowledgement. Devices that do not
+// know the request (a pseudo-terminal, for one) keep working as they are.
+void ComPort::RequestLowLatency() {
+    serial_struct serial;
+    std::memset(&serial, 0, sizeof(serial));
+    if (ioctl(handle, TIOCGSERIAL, &serial) != 0) {
+        return;
+    }
+    serial.flags |= ASYNC_LOW_LATENCY;
+    ioctl(handle, TIOCSSERIAL, &serial);
+}
+
+void ComPort::Close() {
+    if (handle == -1) {
+        return;
+    }
+    LogMsg(LogType_Debug, "Closing serial port", true);
+    fsync(handle);
+    tcsetattr(handle, TCSANOW, &initialSettings);
+    close(handle);
+    handle = -1;
+}
+
+void ComPort::ComPort_Setup(const std::string& settings) {
+    if (settings.empty()) {
+        return;
+    }
+    const LineSettings line = ParseLineSettings(settings);
+
+    std::memset(&currentSettings, 0, sizeof(currentSettings));
+    const speed_t speed = SpeedOf(line.baud);
+    cfsetispeed(&currentSettings, speed);
+    cfsetospeed(&currentSettings, speed);
+
+    currentSettings.c_cflag &= ~CSIZE;
+    switch (line.dataBits) {
+    case 7:
+        currentSettings.c_cflag |= CS7;
+        break;
+    case 8:
+        currentSettings.c_cflag |= CS8;
+        break;
+    default:
+        throw new SystemException(badSetupMessage);
+    }
+
+    switch (line.stopBits) {
+    case 1:
+        currentSettings.c_cflag &= ~CSTOPB;
+        break;
+    case 2:
+        currentSettings.c_cflag |= CSTOPB;
+        break;
+    default:
+        throw new SystemException(badSetupMessage);
+    }
+
+    bool hasParity = true;
+    switch (line.parity) {
+    case 'e':
+    case 'E':
+        currentSettings.c_cflag |= PARENB;
+        currentSettings.c_cflag &= ~PARODD;
+        currentSettings.c_iflag |= INPCK;
+        break;
+    case 'n':
+    case 'N':
+        currentSettings.c_cflag &= ~PARENB;
+        currentSettings.c_iflag &= ~INPCK;
+        hasParity = false;
+        break;
+    case 'o':
+    case 'O':
+        currentSettings.c_cflag |= PARENB | PARODD;
+        currentSettings.c_iflag |= INPCK;
+        break;
+    default:
+        throw new SystemException(badSetupMessage);
+    }
+
+    // Raw 8-bit line with hardware flow control.
+    currentSettings.c_cflag |= CRTSCTS | CLOCAL | HUPCL | CREAD;
+    currentSettings.c_oflag &= ~(OPOST | ONLCR);
+    currentSettings.c_lflag &= ~(ISIG | ICANON | ECHO | ECHOE);
+    currentSettings.c_iflag &= ~(IGNBRK | BRKINT | ISTRIP | IUCLC | IXON | IXANY | IXOFF);
+
+    const int bitsPerChar = 1 + line.dataBits + line.stopBits + (hasParity ? 1 : 0);
+    const long double charTimeMs = static_cast<long double>(AppConfig::GetParameter(
+                                       "ComByteTimeMult", defaultComByteTimeMult)) *
+                                   bitsPerChar * 1000.0L / line.baud;
+    byteTimeoutMs =
+        charTimeMs >= minByteTimeoutMs ? static_cast<int>(charTimeMs) : minByteTimeoutMs;
+}
+
+void ComPort::ComPort_SetSerialPortTimeoutSettings(byte minBytes, unsigned int timeoutMs) {
+    termios deviceSettings;
+    if (tcgetattr(handle, &deviceSettings) != 0) {
+        throw new SystemException("Cannot read serial port timeouts");
+    }
+    currentSettings.c_cc[VMIN] = minBytes;
+    // VTIME is one byte: timeouts above 25.5 s wrap.
+    currentSettings.c_cc[VTIME] = static_cast<cc_t>(timeoutMs / msPerVtimeUnit);
+    if (tcsetattr(handle, TCSANOW, &currentSettings) != 0) {
+        throw new SystemException("Cannot set serial port timeouts");
+    }
+}
+
+void ComPort::ComPort_SetInterByteReadTimeout(unsigned int timeoutMs, byte minBytes) {
+    ComPort_SetSerialPortTimeoutSettings(minBytes, timeoutMs);
+}
+
+void ComPort::SetReadTimeout(unsigned int ms) {
+    ComPort_SetSerialPortTimeoutSettings(0, ms);
+}
+
+void ComPort::GetReadTimeout(unsigned int& ms) {
+    ms = currentSettings.c_cc[VTIME] * msPerVtimeUnit;
+}
+
+unsigned int ComPort::ReadUnknownSize(byte* data, unsigned int size,
+                                      unsigned int firstByteTimeoutMs,
+                                      unsigned int nextByteTimeoutMs, bool useEndByte,
+                                      byte endByte) {
+    if (size == 0 || data == nullptr) {
+        THROW_INTERNAL_ERROR();
+    }
+    unsigned int savedTimeoutMs = 0;
+    GetReadTimeout(savedTimeoutMs);
+    SetReadTimeout(firstByteTimeoutMs);
+    const HighResolutionTimer& timer = GetHighResolutionTimer();
+    const long long startTime = timer.GetValue();
+
+    unsigned int count = 0;
+    while (count < size) {
+        byte value = 0;
+        const ssize_t result = read(handle, &value, 1);
+        if (result < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            throw new SystemException("Serial port read error");
+        }
+        if (result == 0) {
+            break; // the line stayed silent for the timeout
+        }
+        data[count++] = value;
+        if ((useEndByte && value == endByte) || count == size) {
+            break;
+        }
+        if (count == 1) {
+            ComPort_SetSerialPortTimeoutSettings(1, nextByteTimeoutMs);
+        }
+    }
+
+    const long long endTime = timer.GetValue();
+    SetReadTimeout(savedTimeoutMs);
+    DataLogger::LogBlock(data, count, startTime, endTime, Direction_EcrToPc, "");
+    return count;
+}
+
+bool ComPort::Read(byte* data, unsigned int size) {
+    unsigned int firstByteTimeoutMs = 0;
+    GetReadTimeout(firstByteTimeoutMs);
+    return ReadUnknownSize(data, size, firstByteTimeoutMs, byteTimeoutMs, false, 0) == size;
+}
+
+unsigned int ComPort::ReadUnknownSize(byte* data, unsigned int size, byte endByte) {
+    unsigned int firstByteTimeoutMs = 0;
+    GetReadTimeout(firstByteTimeoutMs);
+    return ReadUnknownSize(data, size, firstByteTimeoutMs, byteTimeoutMs, true, endByte);
+}
+
+bool ComPort::Write(const byte* data, unsigned int size) {
+    if (size == 0 || data == nullptr) {
+        THROW_INTERNAL_ERROR();
+    }
+    const HighResolutionTimer& timer = GetHighResolutionTimer();
+    const long long startTime = timer.GetValue();
+    const ssize_t written = write(handle, data, size);
+    if (written == -1) {
+        throw new SystemException("Serial port write error");
+    }
+    const long long endTime = timer.GetValue();
+    DataLogger::LogBlock(data, static_cast<unsigned int>(written), startTime, endTime,
+                         Direction_PcToEcr, "");
+    return static_cast<unsigned int>(written) == size;
+}
+
+bool ComPort::WriteDirect(const byte* data, unsigned int size) {
+    return Write(data, size);
+}

@@ -1,0 +1,55 @@
+// The raw serial channel on a terminal device. Reads are timed with the terminal's VMIN and
+// VTIME: the first byte gets the read timeout, every later byte the per-byte timeout derived
+// from the line speed.
+#pragma once
+
+#include <string>
+#include <termios.h>
+
+#include "EcrComm/CommChannel.h"
+
+class ComPort : public ICommChannel {
+public:
+    ComPort();
+    ~ComPort() override;
+    ComPort(const ComPort&) = delete;
+    ComPort& operator=(const ComPort&) = delete;
+
+    // Opens "/dev/" + the "TTY" setting and applies the default line settings followed by
+    // "ComSettings".
+    void Open() override;
+    // Restores the settings the device had before Open.
+    void Close() override;
+    void SetReadTimeout(unsigned int ms) override;
+    // The first-byte timeout in force, in 100 ms steps.
+    void GetReadTimeout(unsigned int& ms) override;
+    bool Read(byte* data, unsigned int size) override;
+    // One write call; a partial write returns false and is not continued.
+    bool Write(const byte* data, unsigned int size) override;
+    bool WriteDirect(const byte* data, unsigned int size) override;
+    unsigned int ReadUnknownSize(byte* data, unsigned int size, byte endByte) override;
+
+    // Parses a settings string such as "baud=9600 parity=n data=8 stop=1" into the settings
+    // to apply; keys that are absent take their defaults. An empty string changes nothing.
+    void ComPort_Setup(const std::string& settings);
+    void ComPort_SetSerialPortTimeoutSettings(byte minBytes, unsigned int timeoutMs);
+    void ComPort_SetInterByteReadTimeout(unsigned int timeoutMs, byte minBytes);
+    // Reads byte by byte until size bytes are stored, the end byte (when used) has arrived,
+    // or the line stays silent for the timeout in force. Returns the count.
+    unsigned int ReadUnknownSize(byte* data, unsigned int size, unsigned int firstByteTimeoutMs,
+                                 unsigned int nextByteTimeoutMs, bool useEndByte, byte endByte);
+
+    const termios& GetCurrentSettings() const { return currentSettings; }
+    int GetByteTimeoutMs() const { return byteTimeoutMs; }
+
+protected:
+    void Abandon() override;
+
+private:
+    void RequestLowLatency();
+
+    int handle;
+    termios initialSettings;
+    termios currentSettings;
+    int byteTimeoutMs;
+};

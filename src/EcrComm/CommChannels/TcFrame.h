@@ -1,0 +1,62 @@
+// Transport-control frames, version 3 (the current one):
+//   STX, sequence number, escaped payload, escaped Part1, escaped Part2, ETX
+// with Part1 = seq ^ payload bytes and Part2 = seq + payload bytes + payload length.
+// Versions 2 and 1 (Compatibility/) use the same layout code from the tcframe namespace below
+// and differ only in their header and their check bytes.
+#pragma once
+
+#include "EcrComm/CommBase.h"
+
+// Check bytes of a version 3 frame: an XOR byte and an additive byte.
+struct CRC {
+    byte Part1;
+    byte Part2;
+    CRC(byte part1, byte part2) : Part1(part1), Part2(part2) {}
+};
+
+class TcFrame {
+public:
+    static bool IsControlByte(byte value);
+    static uint16 EscapeByte(byte* dest, byte value);
+    static uint16 UnescapeByte(const byte* src, byte& value);
+    static uint16 Build(const byte* data, uint16 dataSize, byte seqNo, byte* frame,
+                        uint16 frameBufSize);
+    static uint16 Parse(const byte* frame, uint16 frameSize, byte& seqNo, byte* data,
+                        uint16 dataBufSize);
+
+private:
+    static CRC CalculateCRC(byte seqNo, const byte* data, uint16 dataSize);
+};
+
+// Layout shared by the three frame versions. Nothing here allocates or keeps state.
+namespace tcframe {
+
+const byte STX = 0x02;
+const byte ETX = 0x03;
+const byte ACK = 0x06;
+const byte DLE = 0x10;
+const byte NAK = 0x15;
+
+// STX, ETX, ACK, DLE and NAK: the bytes that are escaped inside a frame.
+bool IsControlByte(byte value);
+// Writes value at dest, or its escaped form with the DLE at dest - 1 (the frame is filled
+// from its end). Returns the bytes written, 1 or 2.
+uint16 EscapeByte(byte* dest, byte value);
+// Reads one byte, or an escaped pair, from src. Returns the bytes consumed, 1 or 2.
+uint16 UnescapeByte(const byte* src, byte& value);
+
+// Builds header (STX first), escaped payload, escaped check bytes and ETX into frame.
+// Returns the frame length, or 0 when the frame would not fit frameBufSize (nothing is
+// written then).
+uint16 Compose(const byte* header, uint16 headerSize, const byte* data, uint16 dataSize, byte part1,
+               byte part2, byte* frame, uint16 frameBufSize);
+// Checks the frame's boundary bytes and derives the payload length from the frame size and
+// the number of DLE bytes in it. False when the frame is too short, not delimited by STX and
+// ETX, or holds more DLE bytes than its size allows.
+bool MeasurePayload(const byte* frame, uint16 frameSize, uint16 headerSize, uint16& payloadSize);
+// Unescapes payloadSize bytes starting after the header into data, then the two check bytes.
+// data may be frame itself: the write position never passes the read position.
+void Decompose(const byte* frame, uint16 headerSize, uint16 payloadSize, byte* data, byte& part1,
+               byte& part2);
+
+} // namespace tcframe
