@@ -1,0 +1,89 @@
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <vector>
+
+#include "Formatting/BinaryDataFormatter.h"
+#include "Formatting/BinaryDataParser.h"
+
+namespace {
+
+using Bytes = std::vector<byte>;
+
+// The bytes a field gets when written alone into a buffer of the given size; empty when the
+// formatter refuses it.
+template <typename AddField> Bytes Written(ushort bufferSize, AddField add) {
+    std::vector<byte> buffer(bufferSize + 1u, 0xA5);
+    BinaryDataFormatter formatter(buffer.data(), bufferSize);
+    if (!add(formatter)) {
+        EXPECT_EQ(formatter.GetLength(), 0);
+        EXPECT_EQ(buffer[0], 0xA5); // nothing written on refusal
+        return {};
+    }
+    EXPECT_EQ(buffer[bufferSize], 0xA5); // never past the capacity
+    return Bytes(buffer.begin(), buffer.begin() + formatter.GetLength());
+}
+
+TEST(BinaryDataFormatterTest, NumbersTakeTheShortestForm) {
+    auto number = [](Decimal value) {
+        return [value](BinaryDataFormatter& f) { return f.AddNumber(value); };
+    };
+    EXPECT_EQ(Written(16, number(Decimal(300, 0))), (Bytes{0x0C, 0x02, 0x2C, 0x01}));
+    EXPECT_EQ(Written(16, number(Decimal(-15, 1))), (Bytes{0x0D, 0x01, 0x81, 0x0F}));
+    EXPECT_EQ(Written(16, number(Decimal())), (Bytes{0x0C, 0x00}));
+    EXPECT_EQ(Written(16, number(Decimal(0, 2))), (Bytes{0x0D, 0x00, 0x02}));
+    EXPECT_EQ(Written(16, number(Decimal(-1, 0))), (Bytes{0x0D, 0x01, 0x80, 0x01}));
+    EXPECT_EQ(Written(16, number(Decimal(std::numeric_limits<int64_t>::min(), 0))),
+              (Bytes{0x0D, 0x08, 0x80, 0, 0, 0, 0, 0, 0, 0, 0x80}));
+    // Exactly filling the buffer is allowed; one byte less is not.
+    EXPECT_EQ(Written(4, number(Decimal(300, 0))).size(), 4u);
+    EXPECT_TRUE(Written(3, number(Decimal(300, 0))).empty());
+    EXPECT_TRUE(Written(3, number(Decimal(-15, 1))).empty());
+}
+
+TEST(BinaryDataFormatterTest, TextAndBinaryFields) {
+    EXPECT_EQ(Written(8, [](BinaryDataFormatter& f) { return f.AddString("AB"); }),
+              (Bytes{0x0B, 'A', 'B'}));
+    EXPECT_EQ(Written(3, [](BinaryDataFormatter& f) { return f.AddString("AB"); }).size(), 3u);
+    EXPECT_TRUE(Written(2, [](BinaryDataFormatter& f) { return f.AddString("AB"); }).empty());
+
+    const byte data[] = {0x01, 0xAB};
+    EXPECT_EQ(Written(4, [&](BinaryDataFormatter& f) { return f.AddBinary(data, 2); }),
+              (Bytes{0x0E, 0x02, 0x01, 0xAB}));
+    EXPECT_TRUE(Written(3, [&](BinaryDataFormatter& f) { return f.AddBinary(data, 2); }).empty());
+
+    // A field longer than 255 bytes keeps only the low byte of its length.
+    std::vector<byte> large(300, 7);
+    const Bytes written = Written(400, [&](BinaryDataFormatter& f) {
+        return f.AddBinary(large.data(), static_cast<ushort>(large.size()));
+    });
+    ASSERT_EQ(written.size(), 302u);
+    EXPECT_EQ(written[1], 300 & 0xFF);
+}
+
+TEST(BinaryDataFormatterTest, ParserReadsBackWhatTheFormatterWrote) {
+    byte buffer[64];
+    BinaryDataFormatter formatter(buffer, sizeof(buffer));
+    const byte data[] = {0x00, 0x0B, 0xFF};
+    ASSERT_TRUE(formatter.AddString("Milk 1l"));
+    ASSERT_TRUE(formatter.AddNumber(Decimal(-123456789, 3)));
+    ASSERT_TRUE(formatter.AddBinary(data, sizeof(data)));
+    ASSERT_TRUE(formatter.AddNumber(Decimal(65536, 0)));
+
+    BinaryDataParser parser(buffer, formatter.GetLength());
+    char text[16];
+    Decimal number;
+    byte read[8];
+    ushort length = 0;
+    ASSERT_TRUE(parser.GetString(text, sizeof(text)));
+    EXPECT_STREQ(text, "Milk 1l");
+    ASSERT_TRUE(parser.GetNumber(number));
+    EXPECT_EQ(number.ToString(), "-123456.789");
+    ASSERT_TRUE(parser.GetBinary(read, sizeof(read), length));
+    EXPECT_EQ(Bytes(read, read + length), Bytes(data, data + sizeof(data)));
+    ASSERT_TRUE(parser.GetNumber(number));
+    EXPECT_EQ(number.ToString(), "65536");
+    EXPECT_EQ(parser.GetFieldType(), FieldType_None);
+}
+
+} // namespace
