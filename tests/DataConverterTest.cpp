@@ -128,7 +128,7 @@ TEST_F(DataConverterTest, RawAndBitmapRecordsTravelAsOneBinaryField) {
         EXPECT_EQ(truncated[1], 300 - 256);
         EXPECT_EQ(ToPc(truncated), "<failed>");
     }
-    DataConverter::Initialize(static_cast<FileType>(7));
+    DataConverter::Initialize(static_cast<FileType>(3));
     EXPECT_TRUE(ToEcr("1").empty());
     EXPECT_EQ(ToPc({0x0C, 0x00}), "<failed>");
 }

@@ -66,22 +66,22 @@ TEST_F(FileIoTest, FactoriesMakeTheKindAsked) {
         reader->Close();
         writer->Close();
     }
-    for (int invalid : {-1, 3}) {
-        try {
-            delete CreateFileReader(static_cast<FileType>(invalid));
-            ADD_FAILURE() << "reader of type " << invalid;
-        } catch (Exception* e) {
-            EXPECT_EQ(e->GetReturnCode(), ReturnCode_InternalError);
-            EXPECT_NE(e->GetLogMessage().find("src/FileIo.cpp"), std::string::npos);
-            delete e;
-        }
-        try {
-            delete CreateFileWriter(static_cast<FileType>(invalid));
-            ADD_FAILURE() << "writer of type " << invalid;
-        } catch (Exception* e) {
-            EXPECT_EQ(e->GetReturnCode(), ReturnCode_InternalError);
-            delete e;
-        }
+    // 3 is the only value beyond the three kinds that a FileType can hold.
+    const FileType invalid = static_cast<FileType>(3);
+    try {
+        delete CreateFileReader(invalid);
+        ADD_FAILURE() << "reader of an invalid type";
+    } catch (Exception* e) {
+        EXPECT_EQ(e->GetReturnCode(), ReturnCode_InternalError);
+        EXPECT_NE(e->GetLogMessage().find("src/FileIo.cpp"), std::string::npos);
+        delete e;
+    }
+    try {
+        delete CreateFileWriter(invalid);
+        ADD_FAILURE() << "writer of an invalid type";
+    } catch (Exception* e) {
+        EXPECT_EQ(e->GetReturnCode(), ReturnCode_InternalError);
+        delete e;
     }
 }
 
