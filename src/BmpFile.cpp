@@ -166,7 +166,9 @@ void BmpFileReader::Open(const std::string& filename) {
     // Entry 0 darker than entry 1 means a set bit is a light pixel: invert to make 1 dark.
     const bool invert = palette[paletteCompareByte] < palette[4 + paletteCompareByte];
     const int unusedBits = width % 8;
-    for (int64_t row = 0; row < height; ++row) {
+    // A picture without columns has nothing to convert, however many rows it claims.
+    const int64_t rowsToConvert = rowSize > 0 ? height : 0;
+    for (int64_t row = 0; row < rowsToConvert; ++row) {
         const unsigned char* fileRow = pixelData.data() + (height - 1 - row) * stride;
         unsigned char* recordRow = bitmapBytes.data() + row * rowSize;
         for (int64_t k = 0; k < rowSize; ++k) {

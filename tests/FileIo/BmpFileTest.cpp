@@ -228,7 +228,7 @@ TEST_F(BmpFileTest, UnsupportedOrDamagedFilesAreRefused) {
     EXPECT_TRUE(ReadRowsOf(empty.Build()).empty());
     BitmapSpec noWidth;
     noWidth.width = 0;
-    noWidth.height = 1000000;
+    noWidth.height = 0x7fffffff;
     EXPECT_TRUE(ReadRowsOf(noWidth.Build()).empty());
 }
 
