@@ -10,8 +10,6 @@
 
 namespace {
 
-// 128 characters of a field and the terminator.
-const ushort fieldBufferSize = 129;
 const char blanks[] = " \t";
 const char quote = '"';
 
@@ -55,13 +53,14 @@ TextDataParser::TextDataParser(const byte* data, ushort dataLen)
     : TextDataParser(data, dataLen, GetConfiguredDelimiter()) {}
 
 TextDataParser::TextDataParser(const byte* data, ushort dataLen, char fieldDelimiter)
-    : DataParser(data, dataLen), m_fieldDelimiter(fieldDelimiter) {}
+    : DataParser(data, dataLen), m_fieldDelimiter(fieldDelimiter), m_field() {}
 
-GetFieldResult TextDataParser::GetField(char* buf, ushort bufLen, bool peek) {
+GetFieldResult TextDataParser::ScanField(char* buf, ushort bufLen, ushort& next) const {
+    if (bufLen == 0) {
+        return GetFieldResult_Error;
+    }
+    buf[0] = '\0';
     if (m_position >= m_dataLen) {
-        if (bufLen > 0) {
-            buf[0] = '\0';
-        }
         return GetFieldResult_EndOfData;
     }
     bool inQuotes = false;
@@ -80,24 +79,46 @@ GetFieldResult TextDataParser::GetField(char* buf, ushort bufLen, bool peek) {
             }
         }
         if (count + 1 >= bufLen) {
-            if (bufLen > 0) {
-                buf[0] = '\0';
-            }
+            buf[0] = '\0';
             return GetFieldResult_Error;
         }
         buf[count++] = c;
     }
     buf[count] = '\0';
     StrTrim(buf, blanks);
-    if (!peek) {
-        m_position = static_cast<ushort>(pos < m_dataLen ? pos + 1 : m_dataLen);
-    }
+    next = static_cast<ushort>(pos < m_dataLen ? pos + 1 : m_dataLen);
     return GetFieldResult_OK;
 }
 
+GetFieldResult TextDataParser::GetField(char* buf, ushort bufLen, bool peek) {
+    ushort next = m_position;
+    const GetFieldResult result = ScanField(buf, bufLen, next);
+    if (result == GetFieldResult_OK && !peek) {
+        m_position = next;
+    }
+    return result;
+}
+
+const TextDataParser::ScannedField& TextDataParser::CurrentField() {
+    if (!m_field.valid || m_field.position != m_position) {
+        m_field.result = ScanField(m_field.text, sizeof(m_field.text), m_field.next);
+        m_field.position = m_position;
+        m_field.valid = true;
+    }
+    return m_field;
+}
+
+const char* TextDataParser::TakeCurrentField() {
+    const ScannedField& field = CurrentField();
+    if (field.result == GetFieldResult_OK) {
+        m_position = field.next;
+    }
+    return field.text;
+}
+
 FieldType TextDataParser::GetFieldType() {
-    char field[fieldBufferSize];
-    switch (GetField(field, sizeof(field), true)) {
+    const ScannedField& scanned = CurrentField();
+    switch (scanned.result) {
     case GetFieldResult_EndOfData:
         return FieldType_None;
     case GetFieldResult_Error:
@@ -105,6 +126,7 @@ FieldType TextDataParser::GetFieldType() {
     case GetFieldResult_OK:
         break;
     }
+    const char* field = scanned.text;
     if (field[0] == quote) {
         return FieldType_String;
     }
@@ -121,8 +143,7 @@ bool TextDataParser::GetString(char* buf, ushort bufLen) {
     if (GetFieldType() != FieldType_String) {
         return false;
     }
-    char field[fieldBufferSize];
-    GetField(field, sizeof(field), false);
+    const char* field = TakeCurrentField();
     const size_t fieldLength = std::strlen(field);
     // A lone quote has no closing character to drop.
     if (fieldLength < 2) {
@@ -142,17 +163,14 @@ bool TextDataParser::GetNumber(Decimal& num) {
     if (GetFieldType() != FieldType_Number) {
         return false;
     }
-    char field[fieldBufferSize];
-    GetField(field, sizeof(field), false);
-    return StringToDecimal(field, 0, num);
+    return StringToDecimal(TakeCurrentField(), 0, num);
 }
 
 bool TextDataParser::GetBinary(byte* buf, ushort bufLen, ushort& dataLen) {
     if (GetFieldType() != FieldType_Binary) {
         return false;
     }
-    char field[fieldBufferSize];
-    GetField(field, sizeof(field), false);
+    const char* field = TakeCurrentField();
     const size_t fieldLength = std::strlen(field);
     if (fieldLength % 2 != 0) {
         return false;

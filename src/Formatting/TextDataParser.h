@@ -26,5 +26,21 @@ public:
     static char GetConfiguredDelimiter();
 
 private:
+    // A field as read with the 128-character limit. The kind of the next field is asked for
+    // before every read, so the field is scanned once and kept for both.
+    struct ScannedField {
+        char text[129];
+        GetFieldResult result;
+        ushort position; // where the field starts
+        ushort next;     // where the field after it starts
+        bool valid;
+    };
+
+    GetFieldResult ScanField(char* buf, ushort bufLen, ushort& next) const;
+    const ScannedField& CurrentField();
+    // The text of the current field, moving past it.
+    const char* TakeCurrentField();
+
     char m_fieldDelimiter;
+    ScannedField m_field;
 };
