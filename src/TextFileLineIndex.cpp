@@ -98,6 +98,24 @@ LineKind ClassifyLine(const char* line, size_t length, char delimiter, int64_t& 
 
 } // namespace
 
+void TextFileLineIndex::Entries::push_back(const FileLine& entry) {
+    if ((m_size >> blockBits) == m_blocks.size()) {
+        m_blocks.emplace_back(new FileLine[blockMask + 1]);
+    }
+    (*this)[m_size++] = entry;
+}
+
+void TextFileLineIndex::Entries::resize(size_t count) {
+    if (count > m_size) {
+        THROW_INTERNAL_ERROR();
+    }
+    m_size = count;
+    m_blocks.resize((count + blockMask) >> blockBits);
+    if (count == 0) {
+        m_blocks.shrink_to_fit();
+    }
+}
+
 TextFileLineIndex::~TextFileLineIndex() {
     Close();
 }
@@ -274,7 +292,6 @@ int TextFileLineIndex::ReadLine(int index, char* buffer, int bufferSize) {
 
 void TextFileLineIndex::Close() {
     fileLineIndex.clear();
-    fileLineIndex.shrink_to_fit();
     if (ioFile != nullptr) {
         std::fclose(ioFile);
         ioFile = nullptr;

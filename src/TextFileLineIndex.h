@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -50,10 +51,32 @@ public:
     void Close();
 
 private:
+    // Entries in fixed blocks: growing never copies the entries already stored, so indexing
+    // a large file needs no more memory than its entries.
+    class Entries {
+    public:
+        size_t size() const { return m_size; }
+        bool empty() const { return m_size == 0; }
+        FileLine& operator[](size_t i) { return m_blocks[i >> blockBits][i & blockMask]; }
+        const FileLine& operator[](size_t i) const {
+            return m_blocks[i >> blockBits][i & blockMask];
+        }
+        void push_back(const FileLine& entry);
+        // Keeps the first count entries and frees the blocks no longer needed.
+        void resize(size_t count);
+        void clear() { resize(0); }
+
+    private:
+        static const size_t blockBits = 16;
+        static const size_t blockMask = (size_t{1} << blockBits) - 1;
+        std::vector<std::unique_ptr<FileLine[]>> m_blocks;
+        size_t m_size = 0;
+    };
+
     FileLine& At(int index);
     void Exchange(int i, int j);
     void Append(int64_t key, int64_t offset, int lineNumber, const std::string& filename);
 
-    std::vector<FileLine> fileLineIndex;
+    Entries fileLineIndex;
     FILE* ioFile = nullptr;
 };
