@@ -212,9 +212,24 @@ void ComPort::ComPort_SetSerialPortTimeoutSettings(byte minBytes, unsigned int t
     currentSettings.c_cc[VMIN] = minBytes;
     // VTIME is one byte: timeouts above 25.5 s wrap.
     currentSettings.c_cc[VTIME] = static_cast<cc_t>(timeoutMs / msPerVtimeUnit);
-    if (tcsetattr(handle, TCSANOW, &currentSettings) != 0) {
+    if (!ApplyTimeouts()) {
         throw new SystemException("Cannot set serial port timeouts");
     }
+}
+
+// The C library double-checks an immediate change and reports EINVAL when the driver dropped
+// the parity or character size bits, which a pseudo-terminal always does. The timeouts count
+// as set when the device holds them.
+bool ComPort::ApplyTimeouts() {
+    if (tcsetattr(handle, TCSANOW, &currentSettings) == 0) {
+        return true;
+    }
+    if (errno != EINVAL) {
+        return false;
+    }
+    termios applied;
+    return tcgetattr(handle, &applied) == 0 && applied.c_cc[VMIN] == currentSettings.c_cc[VMIN] &&
+           applied.c_cc[VTIME] == currentSettings.c_cc[VTIME];
 }
 
 void ComPort::ComPort_SetInterByteReadTimeout(unsigned int timeoutMs, byte minBytes) {

@@ -47,6 +47,7 @@ protected:
 
 private:
     void RequestLowLatency();
+    bool ApplyTimeouts();
 
     int handle;
     termios initialSettings;
