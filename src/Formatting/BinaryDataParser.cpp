@@ -31,7 +31,9 @@ FieldType BinaryDataParser::GetFieldType() {
     if (m_position >= m_dataLen) {
         return FieldType_None;
     }
-    return ToFieldType(static_cast<BinaryFieldType>(m_dataBuf[m_position]));
+    // Only a tag byte may become a BinaryFieldType: other values are not valid for the type.
+    const byte tag = m_dataBuf[m_position];
+    return IsTag(tag) ? ToFieldType(static_cast<BinaryFieldType>(tag)) : FieldType_Unknown;
 }
 
 ushort BinaryDataParser::GetStringEndPos(ushort start) {

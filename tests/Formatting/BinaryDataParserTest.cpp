@@ -43,6 +43,9 @@ TEST(BinaryDataParserTest, TagsGiveTheFieldKinds) {
     EXPECT_EQ(BinaryDataParser::ToFieldType(static_cast<BinaryFieldType>(10)), FieldType_Unknown);
     EXPECT_EQ(BinaryDataParser::ToFieldType(static_cast<BinaryFieldType>(15)), FieldType_Unknown);
     EXPECT_EQ(Record({}).parser.GetFieldType(), FieldType_None);
+    for (byte notATag : {0x00, 0x0F, 0x27, 0xFF}) {
+        EXPECT_EQ(Record({notATag, 0x00}).parser.GetFieldType(), FieldType_Unknown);
+    }
 }
 
 TEST(BinaryDataParserTest, TextEndsAtTheNextTagOrTheRecordEnd) {
