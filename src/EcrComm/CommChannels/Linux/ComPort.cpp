@@ -103,7 +103,7 @@ void ComPort::Open() {
     }
     ComPort_Setup(defaultComSettings);
     ComPort_Setup(IniFile::GetString("ComSettings", ""));
-    if (tcsetattr(handle, TCSAFLUSH, &currentSettings) != 0) {
+    if (!ApplySettings(TCSAFLUSH)) {
         throw new SystemException("Cannot set serial port settings");
     }
     RequestLowLatency();
@@ -212,23 +212,26 @@ void ComPort::ComPort_SetSerialPortTimeoutSettings(byte minBytes, unsigned int t
     currentSettings.c_cc[VMIN] = minBytes;
     // VTIME is one byte: timeouts above 25.5 s wrap.
     currentSettings.c_cc[VTIME] = static_cast<cc_t>(timeoutMs / msPerVtimeUnit);
-    if (!ApplyTimeouts()) {
+    if (!ApplySettings(TCSANOW)) {
         throw new SystemException("Cannot set serial port timeouts");
     }
 }
 
-// The C library double-checks an immediate change and reports EINVAL when the driver dropped
-// the parity or character size bits, which a pseudo-terminal always does. The timeouts count
-// as set when the device holds them.
-bool ComPort::ApplyTimeouts() {
-    if (tcsetattr(handle, TCSANOW, &currentSettings) == 0) {
+// The C library double-checks a change of the control flags and reports EINVAL when the
+// driver kept its own, as a pseudo-terminal does with the parity bit, although everything else
+// was applied. The settings count as applied when the device holds all but the control flags.
+bool ComPort::ApplySettings(int when) {
+    if (tcsetattr(handle, when, &currentSettings) == 0) {
         return true;
     }
     if (errno != EINVAL) {
         return false;
     }
     termios applied;
-    return tcgetattr(handle, &applied) == 0 && applied.c_cc[VMIN] == currentSettings.c_cc[VMIN] &&
+    return tcgetattr(handle, &applied) == 0 && applied.c_iflag == currentSettings.c_iflag &&
+           applied.c_oflag == currentSettings.c_oflag &&
+           applied.c_lflag == currentSettings.c_lflag &&
+           applied.c_cc[VMIN] == currentSettings.c_cc[VMIN] &&
            applied.c_cc[VTIME] == currentSettings.c_cc[VTIME];
 }
 

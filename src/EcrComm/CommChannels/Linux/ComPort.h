@@ -47,7 +47,7 @@ protected:
 
 private:
     void RequestLowLatency();
-    bool ApplyTimeouts();
+    bool ApplySettings(int when);
 
     int handle;
     termios initialSettings;

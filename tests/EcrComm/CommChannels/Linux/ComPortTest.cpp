@@ -179,6 +179,23 @@ TEST_F(ComPortTest, OpenAppliesComSettingsFromTheUnnamedSectionAndCloseRestores)
     port.Close();
 }
 
+TEST_F(ComPortTest, DeviceLeftInTheseSettingsOpensAgain) {
+    // A pseudo-terminal drops the parity bit; a device that already holds everything else
+    // must still count as set up, at open and at every timeout change.
+    ConfigureTty();
+    ComPort first;
+    first.Open();
+    ComPort second;
+    second.Open();
+    second.SetReadTimeout(300);
+    unsigned int ms = 0;
+    second.GetReadTimeout(ms);
+    EXPECT_EQ(ms, 300u);
+    EXPECT_EQ(DeviceSettings().c_cc[VTIME], 3);
+    second.Close();
+    first.Close();
+}
+
 TEST_F(ComPortTest, ReadTimeoutHasTenthOfSecondSteps) {
     ConfigureTty();
     ComPort port;
