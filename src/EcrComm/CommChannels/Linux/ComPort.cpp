@@ -1,5 +1,6 @@
 #include "EcrComm/CommChannels/Linux/ComPort.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -91,6 +92,7 @@ void ComPort::Open() {
     const std::string devicePath = "/dev/" + tty;
     LogMsg(LogType_Debug, "Opening serial port " + devicePath, true);
 
+    readAhead.clear();
     handle = open(devicePath.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
     if (handle == -1) {
         throw new SystemException("Unable to open serial port");
@@ -131,6 +133,7 @@ void ComPort::Close() {
     tcsetattr(handle, TCSANOW, &initialSettings);
     close(handle);
     handle = -1;
+    readAhead.clear();
 }
 
 void ComPort::ComPort_Setup(const std::string& settings) {
@@ -212,6 +215,12 @@ void ComPort::ComPort_SetSerialPortTimeoutSettings(byte minBytes, unsigned int t
     currentSettings.c_cc[VMIN] = minBytes;
     // VTIME is one byte: timeouts above 25.5 s wrap.
     currentSettings.c_cc[VTIME] = static_cast<cc_t>(timeoutMs / msPerVtimeUnit);
+    // Every read sets its timeouts and restores them afterwards, mostly to the values the
+    // device already holds; those changes are skipped, as they would change nothing.
+    if (deviceSettings.c_cc[VMIN] == currentSettings.c_cc[VMIN] &&
+        deviceSettings.c_cc[VTIME] == currentSettings.c_cc[VTIME]) {
+        return;
+    }
     if (!ApplySettings(TCSANOW)) {
         throw new SystemException("Cannot set serial port timeouts");
     }
@@ -262,22 +271,27 @@ unsigned int ComPort::ReadUnknownSize(byte* data, unsigned int size,
 
     unsigned int count = 0;
     while (count < size) {
-        byte value = 0;
-        const ssize_t result = read(handle, &value, 1);
-        if (result < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
-            throw new SystemException("Serial port read error");
-        }
-        if (result == 0) {
+        const unsigned int received = ReceiveBytes(data + count, size - count);
+        if (received == 0) {
             break; // the line stayed silent for the timeout
         }
-        data[count++] = value;
-        if ((useEndByte && value == endByte) || count == size) {
+        unsigned int stored = received;
+        bool endByteSeen = false;
+        if (useEndByte) {
+            const byte* end = std::find(data + count, data + count + received, endByte);
+            if (end != data + count + received) {
+                stored = static_cast<unsigned int>(end - (data + count)) + 1;
+                endByteSeen = true;
+            }
+        }
+        // Bytes that arrived after the end byte belong to the next read.
+        KeepForNextRead(data + count + stored, received - stored);
+        const bool firstBytes = count == 0;
+        count += stored;
+        if (endByteSeen || count == size) {
             break;
         }
-        if (count == 1) {
+        if (firstBytes) {
             ComPort_SetSerialPortTimeoutSettings(1, nextByteTimeoutMs);
         }
     }
@@ -286,6 +300,32 @@ unsigned int ComPort::ReadUnknownSize(byte* data, unsigned int size,
     SetReadTimeout(savedTimeoutMs);
     DataLogger::LogBlock(data, count, startTime, endTime, Direction_EcrToPc, "");
     return count;
+}
+
+// Reads what has arrived, up to maxSize bytes, waiting as the timeouts in force say: bytes kept
+// from an earlier read first, as they came before anything still in the device. A single read
+// call takes all bytes already waiting, which costs far less than fetching them one by one.
+unsigned int ComPort::ReceiveBytes(byte* data, unsigned int maxSize) {
+    if (!readAhead.empty()) {
+        const unsigned int count =
+            static_cast<unsigned int>(std::min<size_t>(readAhead.size(), maxSize));
+        std::copy(readAhead.begin(), readAhead.begin() + count, data);
+        readAhead.erase(readAhead.begin(), readAhead.begin() + count);
+        return count;
+    }
+    for (;;) {
+        const ssize_t result = read(handle, data, maxSize);
+        if (result >= 0) {
+            return static_cast<unsigned int>(result);
+        }
+        if (errno != EINTR) {
+            throw new SystemException("Serial port read error");
+        }
+    }
+}
+
+void ComPort::KeepForNextRead(const byte* data, unsigned int size) {
+    readAhead.insert(readAhead.begin(), data, data + size);
 }
 
 bool ComPort::Read(byte* data, unsigned int size) {

@@ -5,6 +5,7 @@
 
 #include <string>
 #include <termios.h>
+#include <vector>
 
 #include "EcrComm/CommChannel.h"
 
@@ -34,8 +35,10 @@ public:
     void ComPort_Setup(const std::string& settings);
     void ComPort_SetSerialPortTimeoutSettings(byte minBytes, unsigned int timeoutMs);
     void ComPort_SetInterByteReadTimeout(unsigned int timeoutMs, byte minBytes);
-    // Reads byte by byte until size bytes are stored, the end byte (when used) has arrived,
-    // or the line stays silent for the timeout in force. Returns the count.
+    // Reads until size bytes are stored, the end byte (when used) has arrived, or nothing
+    // arrives within firstByteTimeoutMs. Once the first byte is in, the port waits for the
+    // rest (VMIN 1), nextByteTimeoutMs only bounding the gaps within one delivery. Returns the
+    // count; the read timeout in force is restored.
     unsigned int ReadUnknownSize(byte* data, unsigned int size, unsigned int firstByteTimeoutMs,
                                  unsigned int nextByteTimeoutMs, bool useEndByte, byte endByte);
 
@@ -48,9 +51,13 @@ protected:
 private:
     void RequestLowLatency();
     bool ApplySettings(int when);
+    unsigned int ReceiveBytes(byte* data, unsigned int maxSize);
+    void KeepForNextRead(const byte* data, unsigned int size);
 
     int handle;
     termios initialSettings;
     termios currentSettings;
     int byteTimeoutMs;
+    // Bytes received beyond the end byte of a read, in line order, for the next read.
+    std::vector<byte> readAhead;
 };

@@ -243,6 +243,15 @@ TEST_F(ComPortTest, BlocksTravelUnchangedBothWays) {
     EXPECT_EQ(ToHex(Bytes(data, data + 2)), "44 45");
     EXPECT_TRUE(port.Read(data, 1));
     EXPECT_EQ(data[0], 0x46);
+    // What arrived after an end byte and was not read yet goes with the device's input when
+    // the port is opened again.
+    m_pty.Write(HexBytes("03 47"));
+    EXPECT_EQ(port.ReadUnknownSize(data, sizeof(data), 0x03), 1u);
+    port.Close();
+    port.Open();
+    port.SetReadTimeout(0);
+    EXPECT_FALSE(port.Read(data, 1));
+    port.SetReadTimeout(1000);
     EXPECT_TRUE(port.WriteDirect(block.data(), 1));
     EXPECT_EQ(ToHex(m_pty.Read(1, 1000)), "02");
 
