@@ -57,6 +57,13 @@ TEST_F(DataConverterTest, CsvLinesSurviveTheRoundTrip) {
     EXPECT_EQ(ToPc(ToEcr(" 7 ,\t\"x\" , 1.50 ,0xAB, 0.0,")), "7,\"x\",1.5,0xab,0");
 }
 
+TEST_F(DataConverterTest, DelimiterComesFromTheSettings) {
+    testsupport::LoadConfiguration(dir.File("missing.ini"), {{"Delimiter", ";,"}});
+    const std::string line = "2;\"a;b,c\";0x01";
+    EXPECT_EQ(ToPc(ToEcr(line)), line);
+    EXPECT_TRUE(ToEcr("2,5;1").empty()); // "2,5" is one field, and no number
+}
+
 TEST_F(DataConverterTest, CsvRecordsThatCannotBeConverted) {
     EXPECT_TRUE(ToEcr("").empty()); // no fields: success with length 0
     EXPECT_TRUE(ToEcr("1,,2").empty());

@@ -97,15 +97,6 @@ protected:
     testsupport::TempDir dir;
 };
 
-TEST(SwapByteTest, ReversesTheBitOrder) {
-    EXPECT_EQ(SwapByte(0x01), 0x80);
-    EXPECT_EQ(SwapByte(0xC4), 0x23);
-    EXPECT_EQ(SwapByte(0xFF), 0xFF);
-    for (int b = 0; b < 256; ++b) {
-        EXPECT_EQ(SwapByte(SwapByte(static_cast<unsigned char>(b))), b);
-    }
-}
-
 TEST_F(BmpFileTest, WriterStoresRowsBottomUpWithPadding) {
     const std::string path = dir.File("logo.bmp");
     WriteRows(path, {"\x01\x02\x03", "\x80\x40\x20", std::string("\xff\x00\x0f", 3)});

@@ -61,29 +61,4 @@ TEST(BinaryDataFormatterTest, TextAndBinaryFields) {
     EXPECT_EQ(written[1], 300 & 0xFF);
 }
 
-TEST(BinaryDataFormatterTest, ParserReadsBackWhatTheFormatterWrote) {
-    byte buffer[64];
-    BinaryDataFormatter formatter(buffer, sizeof(buffer));
-    const byte data[] = {0x00, 0x0B, 0xFF};
-    ASSERT_TRUE(formatter.AddString("Milk 1l"));
-    ASSERT_TRUE(formatter.AddNumber(Decimal(-123456789, 3)));
-    ASSERT_TRUE(formatter.AddBinary(data, sizeof(data)));
-    ASSERT_TRUE(formatter.AddNumber(Decimal(65536, 0)));
-
-    BinaryDataParser parser(buffer, formatter.GetLength());
-    char text[16];
-    Decimal number;
-    byte read[8];
-    ushort length = 0;
-    ASSERT_TRUE(parser.GetString(text, sizeof(text)));
-    EXPECT_STREQ(text, "Milk 1l");
-    ASSERT_TRUE(parser.GetNumber(number));
-    EXPECT_EQ(number.ToString(), "-123456.789");
-    ASSERT_TRUE(parser.GetBinary(read, sizeof(read), length));
-    EXPECT_EQ(Bytes(read, read + length), Bytes(data, data + sizeof(data)));
-    ASSERT_TRUE(parser.GetNumber(number));
-    EXPECT_EQ(number.ToString(), "65536");
-    EXPECT_EQ(parser.GetFieldType(), FieldType_None);
-}
-
 } // namespace

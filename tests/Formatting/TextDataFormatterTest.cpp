@@ -69,12 +69,4 @@ TEST_F(TextDataFormatterTest, OneByteOfTheBufferStaysFree) {
     EXPECT_FALSE(wide.formatter.AddNumber(Decimal(1, 40)));
 }
 
-TEST_F(TextDataFormatterTest, DelimiterComesFromTheSettings) {
-    testsupport::LoadConfiguration(dir.File("missing.ini"), {{"Delimiter", "\t"}});
-    Line line(32);
-    ASSERT_TRUE(line.formatter.AddNumber(Decimal(1, 0)));
-    ASSERT_TRUE(line.formatter.AddString("x"));
-    EXPECT_EQ(line.Text(), "1\t\"x\"");
-}
-
 } // namespace

@@ -147,15 +147,4 @@ TEST_F(TextDataParserTest, FieldsAreLimitedTo128Characters) {
     EXPECT_EQ(atEnd.GetField(field, 129, false), GetFieldResult_EndOfData);
 }
 
-TEST_F(TextDataParserTest, DelimiterComesFromTheSettings) {
-    testsupport::LoadConfiguration(dir.File("missing.ini"), {{"Delimiter", ";,"}});
-    Line parserLine("\"a;b\";2,5");
-    TextDataParser& parser = parserLine.parser;
-    char text[8];
-    Decimal number;
-    ASSERT_TRUE(parser.GetString(text, sizeof(text)));
-    EXPECT_STREQ(text, "a;b");
-    EXPECT_FALSE(parser.GetNumber(number)); // "2,5" is one field now
-}
-
 } // namespace
