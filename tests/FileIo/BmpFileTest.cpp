@@ -237,7 +237,9 @@ std::string FindImageMagickConvert() {
         if (access(candidate.c_str(), X_OK) == 0) {
             const testsupport::RunResult version =
                 testsupport::RunProcess(candidate, {"-version"}, 10000);
-            return version.output.find("ImageMagick") != std::string::npos ? candidate : "";
+            const bool isImageMagick =
+                version.exitStatus == 0 && version.output.find("Version: ImageMagick") == 0;
+            return isImageMagick ? candidate : "";
         }
         start = end + 1;
     }
