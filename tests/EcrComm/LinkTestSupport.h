@@ -19,15 +19,25 @@ namespace linktest {
 
 typedef std::vector<byte> Bytes;
 
-// "02 20 41" -> {0x02, 0x20, 0x41}
+// "02 20 41" -> {0x02, 0x20, 0x41}, and back.
 Bytes HexBytes(const std::string& hex);
 std::string ToHex(const Bytes& bytes);
-Bytes Concat(const Bytes& first, const Bytes& second);
+inline Bytes Concat(Bytes first, const Bytes& second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+// The TC frame with payload and sequence number in the given version (1, 2 or 3).
+Bytes BuildFrame(int version, const Bytes& payload, byte seqNo);
+
+// Runs action and returns the exception it throws (owned by the caller), or null.
+std::unique_ptr<Exception> CatchException(const std::function<void()>& action);
+long long MeasureMs(const std::function<void()>& action);
 
 class PseudoTerminal {
 public:
     PseudoTerminal();
-    ~PseudoTerminal();
+    ~PseudoTerminal() { CloseMaster(); }
     PseudoTerminal(const PseudoTerminal&) = delete;
     PseudoTerminal& operator=(const PseudoTerminal&) = delete;
 
@@ -36,10 +46,9 @@ public:
     int Master() const { return m_master.load(); }
 
     void Write(const Bytes& bytes);
-    // Reads exactly count bytes; returns fewer when timeoutMs passes first.
+    // Exactly count bytes, or fewer when timeoutMs passes first.
     Bytes Read(size_t count, int timeoutMs);
-    // Reads through the next endByte (a whole frame with ETX); returns what came when
-    // timeoutMs passes first.
+    // Through the next endByte (a whole frame with its ETX), or what came within timeoutMs.
     Bytes ReadThrough(byte endByte, int timeoutMs);
     // Everything that arrives until the line has been quiet for quietMs.
     Bytes ReadUntilQuiet(int quietMs);
@@ -47,52 +56,43 @@ public:
     void CloseMaster();
 
 private:
-    bool WaitReadable(int timeoutMs);
+    // Reads single bytes while done() is false, each within the time left.
+    Bytes Collect(int timeoutMs, bool restartTimerPerByte,
+                  const std::function<bool(const Bytes&)>& done);
 
     std::atomic<int> m_master;
     std::string m_ttyName;
 };
 
-// Hangs up the pseudo-terminal when the test is still running timeLimitMs after the watchdog
-// was set, so that no blocked read can hang the test; the test then fails on the outcome it
-// expected.
+// Hangs up the pseudo-terminal when the test still runs timeLimitMs after it was set, so that
+// no blocked read can hang the test; the test then fails on the outcome it expected.
 class Watchdog {
 public:
     Watchdog(PseudoTerminal& pty, int timeLimitMs);
     ~Watchdog();
-    Watchdog(const Watchdog&) = delete;
-    Watchdog& operator=(const Watchdog&) = delete;
 
 private:
-    std::thread m_thread;
     std::mutex m_mutex;
     std::condition_variable m_stop;
     bool m_stopped = false;
+    std::thread m_thread; // last: it runs on the members above
 };
 
 // Plays a script against the master side on its own thread, under a watchdog.
 class Peer {
 public:
-    Peer(PseudoTerminal& pty, std::function<void(PseudoTerminal&)> script, int timeLimitMs = 10000);
-    ~Peer();
-    Peer(const Peer&) = delete;
-    Peer& operator=(const Peer&) = delete;
-
-    // Waits for the script to end.
-    void Join();
+    Peer(PseudoTerminal& pty, const std::function<void(PseudoTerminal&)>& script)
+        : m_watchdog(pty, 10000), m_script([&pty, script] { script(pty); }) {}
+    ~Peer() { Join(); }
+    void Join() {
+        if (m_script.joinable()) {
+            m_script.join();
+        }
+    }
 
 private:
     Watchdog m_watchdog;
     std::thread m_script;
 };
-
-// Runs action and returns the exception it throws (owned by the caller), or null.
-std::unique_ptr<Exception> CatchException(const std::function<void()>& action);
-
-// Milliseconds that action takes.
-long long MeasureMs(const std::function<void()>& action);
-
-// The TC frame with payload and sequence number in the given version (1, 2 or 3).
-Bytes BuildFrame(int version, const Bytes& payload, byte seqNo);
 
 } // namespace linktest

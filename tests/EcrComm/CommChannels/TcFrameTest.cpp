@@ -189,18 +189,6 @@ TEST(TcFrameTest, StrayDleGivesWrongLengthButNoOverrun) {
     }
 }
 
-TEST(TcFrameTest, PayloadTooLargeForTheBufferIsRefused) {
-    const Bytes payload(10, 0x41);
-    for (const Codec& codec : codecs) {
-        const Bytes frame = Build(codec, payload, 0x30);
-        byte data[16];
-        byte seqNo = 0;
-        EXPECT_EQ(codec.parse(frame.data(), static_cast<uint16>(frame.size()), seqNo, data, 9), 0);
-        EXPECT_EQ(codec.parse(frame.data(), static_cast<uint16>(frame.size()), seqNo, data, 10),
-                  10);
-    }
-}
-
 TEST(TcFrameTest, PayloadsAbove255BytesRoundTrip) {
     Bytes payload(600);
     for (size_t i = 0; i < payload.size(); ++i) {
@@ -214,24 +202,5 @@ TEST(TcFrameTest, PayloadsAbove255BytesRoundTrip) {
                                           frame.data(), static_cast<uint16>(frame.size()));
         ASSERT_EQ(length, payload.size()) << "version " << codec.version;
         EXPECT_TRUE(std::equal(payload.begin(), payload.end(), frame.begin()));
-    }
-}
-
-TEST(TcFrameTest, EscapeAndUnescapeSingleBytes) {
-    for (int value = 0; value < 256; ++value) {
-        byte buf[3] = {0, 0, 0};
-        const uint16 written = TcFrame::EscapeByte(buf + 1, static_cast<byte>(value));
-        const bool control = TcFrame::IsControlByte(static_cast<byte>(value));
-        EXPECT_EQ(control, value == 0x02 || value == 0x03 || value == 0x06 || value == 0x10 ||
-                               value == 0x15);
-        ASSERT_EQ(written, control ? 2 : 1);
-        const byte* start = buf + 2 - written;
-        if (control) {
-            EXPECT_EQ(start[0], 0x10);
-            EXPECT_EQ(start[1], static_cast<byte>(value - 0x60));
-        }
-        byte decoded = 0;
-        EXPECT_EQ(TcFrame_v2::UnescapeByte(start, decoded), written);
-        EXPECT_EQ(decoded, value);
     }
 }
