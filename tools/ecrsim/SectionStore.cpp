@@ -1,0 +1,123 @@
+#include "SectionStore.h"
+
+#include <cstdio>
+#include <dirent.h>
+#include <fstream>
+
+#include "DataConverter.h"
+#include "Formatting/BinaryDataParser.h"
+
+namespace {
+
+const long long unnumberedBase = 1LL << 62;
+
+} // namespace
+
+std::string RecordAsCsv(const std::vector<byte>& record) {
+    DataConverter::Initialize(FileType_CSV);
+    byte text[4096];
+    const ushort length = DataConverter::EcrToPc(record.data(), static_cast<ushort>(record.size()),
+                                                 text, sizeof(text));
+    return length == 0 ? std::string("?") : std::string(reinterpret_cast<char*>(text), length);
+}
+
+SectionStore::SectionStore(const std::string& dataDir) : m_dataDir(dataDir) {
+    if (!m_dataDir.empty()) {
+        Load();
+    }
+}
+
+long long SectionStore::RecordKey(const std::vector<byte>& record) {
+    BinaryDataParser parser(record.data(), static_cast<ushort>(record.size()));
+    Decimal key;
+    if (parser.GetFieldType() != FieldType_Number || !parser.GetNumber(key)) {
+        return -1;
+    }
+    return key.ToInt64();
+}
+
+void SectionStore::Put(int section, const std::vector<byte>& record) {
+    long long key = RecordKey(record);
+    if (key < 0) {
+        key = unnumberedBase + m_nextUnnumbered[section]++;
+    }
+    m_sections[section][key] = record;
+}
+
+void SectionStore::Remove(int section, const std::vector<byte>& record) {
+    m_sections[section].erase(RecordKey(record));
+}
+
+void SectionStore::Clear(int section) {
+    m_sections[section].clear();
+    m_nextUnnumbered[section] = 0;
+}
+
+std::vector<std::vector<byte>> SectionStore::Records(int section) const {
+    std::vector<std::vector<byte>> records;
+    const auto found = m_sections.find(section);
+    if (found != m_sections.end()) {
+        for (const auto& entry : found->second) {
+            records.push_back(entry.second);
+        }
+    }
+    return records;
+}
+
+std::string SectionStore::SectionPath(int section) const {
+    return m_dataDir + "/section" + std::to_string(section) + ".csv";
+}
+
+void SectionStore::Save(int section) const {
+    if (m_dataDir.empty()) {
+        return;
+    }
+    std::ofstream out(SectionPath(section), std::ios::binary | std::ios::trunc);
+    for (const std::vector<byte>& record : Records(section)) {
+        out << RecordAsCsv(record) << "\r\n";
+    }
+}
+
+void SectionStore::Journal(const std::vector<byte>& command) const {
+    if (m_dataDir.empty()) {
+        return;
+    }
+    std::ofstream out(m_dataDir + "/fiscal.csv", std::ios::binary | std::ios::app);
+    std::vector<byte> data(command.begin() + 1, command.end());
+    out << static_cast<int>(command[0]);
+    if (!data.empty()) {
+        out << "," << RecordAsCsv(data);
+    }
+    out << "\r\n";
+}
+
+void SectionStore::Load() {
+    DIR* dir = opendir(m_dataDir.c_str());
+    if (dir == nullptr) {
+        return;
+    }
+    DataConverter::Initialize(FileType_CSV);
+    while (const dirent* entry = readdir(dir)) {
+        int section = 0;
+        char tail[8] = {0};
+        if (std::sscanf(entry->d_name, "section%d.%4s", &section, tail) != 2 ||
+            std::string(tail) != "csv") {
+            continue;
+        }
+        std::ifstream in(m_dataDir + "/" + entry->d_name, std::ios::binary);
+        std::string line;
+        while (std::getline(in, line)) {
+            if (!line.empty() && line.back() == '\r') {
+                line.pop_back();
+            }
+            byte record[1024];
+            const ushort length =
+                DataConverter::PcToEcr(reinterpret_cast<const byte*>(line.data()),
+                                       static_cast<ushort>(line.size()), record, sizeof(record));
+            if (length > 0) {
+                Put(section, std::vector<byte>(record, record + length));
+            }
+        }
+    }
+    closedir(dir);
+}

@@ -1,0 +1,241 @@
+#include "SimEcr.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "Formatting/BinaryDataFormatter.h"
+
+namespace {
+
+enum Answer : byte {
+    Answer_OK = 0,
+    Answer_UnknownCommand = 1,
+    Answer_Busy = 2,
+    Answer_BadFrame = 3,
+    Answer_BadData = 4,
+    Answer_Wait = 5,
+    Answer_AuthFailed = 8,
+};
+
+enum RequestAction : byte {
+    Request_Read = 1,
+    Request_Write = 2,
+    Request_Clear = 3,
+    Request_Init = 4,
+    Request_Delete = 5,
+};
+
+const byte fiscalStatusCommand = 100;
+const byte fiscalEftStatusCommand = 32;
+const char* const actionNames[] = {"?", "read", "write", "clear", "init", "delete"};
+
+// An application frame: protocol id, little-endian data length, data.
+std::vector<byte> ApplicationFrame(byte protocolId, const std::vector<byte>& data) {
+    std::vector<byte> frame(3 + data.size());
+    frame[0] = protocolId;
+    frame[1] = static_cast<byte>(data.size() & 0xFF);
+    frame[2] = static_cast<byte>(data.size() >> 8);
+    std::copy(data.begin(), data.end(), frame.begin() + 3);
+    return frame;
+}
+
+std::vector<byte> Code(byte code) {
+    return std::vector<byte>(1, code);
+}
+
+} // namespace
+
+SimEcr::SimEcr(const SimOptions& options, SectionStore& store)
+    : m_options(options), m_store(store), m_standardId(options.protocolSet == 1 ? 11 : 1),
+      m_fiscalId(options.protocolSet == 1 ? 13 : 3), m_authId(options.protocolSet == 1 ? 14 : 4) {}
+
+void SimEcr::Log(const std::string& text) const {
+    if (!m_options.quiet) {
+        std::fprintf(stderr, "ecrsim: %s\n", text.c_str());
+    }
+}
+
+void SimEcr::NewConnection() {
+    m_authorised = false;
+    Log("new connection");
+}
+
+void SimEcr::Queue(const std::vector<byte>& data) {
+    // Answers go out under the identifier of the protocol they answer.
+    m_outgoing.push_back(data);
+}
+
+void SimEcr::Handle(const std::vector<byte>& frame) {
+    if (frame.size() < 3 || static_cast<size_t>(frame[1] | (frame[2] << 8)) != frame.size() - 3) {
+        Log("<- malformed application frame " + HexBytes(frame) + ", ignored");
+        return;
+    }
+    const byte id = frame[0];
+    const std::vector<byte> data(frame.begin() + 3, frame.end());
+    if (id == m_authId) {
+        HandleAuthorisation(data);
+    } else if (id == m_fiscalId) {
+        HandleFiscal(data);
+    } else if (id != m_standardId) {
+        Log("<- frame of unknown protocol " + std::to_string(id) + ", ignored");
+    } else if (m_state != State_Idle) {
+        HandleRecord(data);
+    } else if (!data.empty()) {
+        HandleRequest(data);
+    }
+}
+
+void SimEcr::HandleAuthorisation(const std::vector<byte>& data) {
+    const std::string password(data.begin() + (data.empty() ? 0 : 1), data.end());
+    m_authorised = m_options.password.empty() || password == m_options.password;
+    Log(std::string("<- authorisation ") + (m_authorised ? "accepted" : "refused"));
+    m_outgoing.push_back(
+        ApplicationFrame(m_authId, Code(m_authorised ? Answer_OK : Answer_AuthFailed)));
+}
+
+void SimEcr::HandleRequest(const std::vector<byte>& data) {
+    auto answer = [&](byte code) {
+        m_outgoing.push_back(ApplicationFrame(m_standardId, Code(code)));
+    };
+    if (data.size() < 2) {
+        Log("<- request too short " + HexBytes(data));
+        answer(Answer_UnknownCommand);
+        return;
+    }
+    const int section = data[0];
+    const byte action = data[1];
+    Log("<- request " + std::string(action <= 5 ? actionNames[action] : "?") + " section " +
+        std::to_string(section));
+    if (!m_options.password.empty() && !m_authorised) {
+        Log("-> not authorised");
+        answer(Answer_BadFrame);
+        return;
+    }
+    if (m_options.requestAnswer >= 0) {
+        answer(static_cast<byte>(m_options.requestAnswer));
+        return;
+    }
+    m_section = section;
+    m_sessionRecords = 0;
+    switch (action) {
+    case Request_Read:
+        answer(Answer_OK);
+        for (const std::vector<byte>& record : m_store.Records(section)) {
+            m_outgoing.push_back(ApplicationFrame(m_standardId, record));
+        }
+        m_outgoing.push_back(ApplicationFrame(m_standardId, {}));
+        break;
+    case Request_Write:
+    case Request_Delete:
+        answer(Answer_OK);
+        m_state = action == Request_Write ? State_Writing : State_Deleting;
+        break;
+    case Request_Clear:
+    case Request_Init:
+        answer(Answer_OK);
+        m_store.Clear(section);
+        m_store.Save(section);
+        for (int i = 0; i < m_options.waitFrames; ++i) {
+            answer(Answer_Wait);
+        }
+        answer(Answer_OK);
+        break;
+    default:
+        answer(Answer_UnknownCommand);
+        break;
+    }
+}
+
+void SimEcr::HandleRecord(const std::vector<byte>& record) {
+    auto answer = [&](const std::vector<byte>& data) {
+        m_held.push_back(ApplicationFrame(m_standardId, data));
+    };
+    if (record.empty()) {
+        Log("<- end of data, section " + std::to_string(m_section) + " has " +
+            std::to_string(m_store.Records(m_section).size()) + " records");
+        m_store.Save(m_section);
+        m_state = State_Idle;
+        return;
+    }
+    if (m_options.sessionTimeoutAfter > 0 && m_sessionRecords >= m_options.sessionTimeoutAfter) {
+        Log("-> data session timed out on purpose");
+        m_store.Save(m_section);
+        m_state = State_Idle;
+        answer(Code(Answer_UnknownCommand));
+        return;
+    }
+    ++m_sessionRecords;
+    const long long key = SectionStore::RecordKey(record);
+    Log("<- record " + RecordAsCsv(record));
+    const auto badData = m_options.badDataRecords.find(key);
+    if (badData != m_options.badDataRecords.end()) {
+        // The ECR names the field by its 0-based index.
+        byte answerData[16] = {Answer_BadData};
+        BinaryDataFormatter formatter(answerData + 1, sizeof(answerData) - 1);
+        formatter.AddNumber(Decimal(badData->second - 1, 0));
+        answer(std::vector<byte>(answerData, answerData + 1 + formatter.GetLength()));
+        return;
+    }
+    if (m_options.busyRecords.count(key) != 0) {
+        answer(Code(Answer_Busy));
+        return;
+    }
+    if (m_state == State_Deleting) {
+        m_store.Remove(m_section, record);
+    } else {
+        m_store.Put(m_section, record);
+    }
+    answer(Code(Answer_OK));
+}
+
+std::vector<byte> SimEcr::StatusRecord(bool eft) const {
+    byte buffer[256];
+    BinaryDataFormatter formatter(buffer, sizeof(buffer));
+    if (eft) {
+        formatter.AddNumber(Decimal(1, 0));
+        formatter.AddString("EFT READY");
+    } else {
+        formatter.AddNumber(Decimal(4711, 0));
+        formatter.AddString("FISCAL OK");
+        formatter.AddNumber(Decimal(m_fiscalCommands, 0));
+        formatter.AddNumber(Decimal(12345, 2));
+    }
+    return std::vector<byte>(buffer, buffer + formatter.GetLength());
+}
+
+void SimEcr::HandleFiscal(const std::vector<byte>& data) {
+    auto answer = [&](const std::vector<byte>& answerData) {
+        m_outgoing.push_back(ApplicationFrame(m_fiscalId, answerData));
+    };
+    if (data.empty()) {
+        answer(Code(Answer_UnknownCommand));
+        return;
+    }
+    if (data[0] == fiscalStatusCommand || data[0] == fiscalEftStatusCommand) {
+        const bool eft = data[0] == fiscalEftStatusCommand;
+        Log(std::string("<- ") + (eft ? "EFT" : "fiscal") + " status request");
+        if (!m_options.password.empty() && !m_authorised) {
+            answer(Code(Answer_AuthFailed));
+            return;
+        }
+        std::vector<byte> status = Code(Answer_OK);
+        const std::vector<byte> record = StatusRecord(eft);
+        status.insert(status.end(), record.begin(), record.end());
+        answer(status);
+        return;
+    }
+    Log("<- fiscal command " + std::to_string(data[0]) + " " +
+        HexBytes(std::vector<byte>(data.begin() + 1, data.end())));
+    if (!m_options.password.empty() && !m_authorised) {
+        answer(Code(Answer_AuthFailed));
+        return;
+    }
+    for (int i = 0; i < m_options.waitFrames; ++i) {
+        answer(Code(Answer_Wait));
+    }
+    if (m_options.fiscalAnswer == Answer_OK) {
+        ++m_fiscalCommands;
+        m_store.Journal(data);
+    }
+    answer(Code(static_cast<byte>(m_options.fiscalAnswer)));
+}
