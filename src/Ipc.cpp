@@ -1,12 +1,40 @@
 #include "Ipc.h"
 
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 #include "AppConfig.h"
 #include "Defaults.h"
 #include "EcrComm/EcrComm.h"
+#include "Path.h"
+#include "Tools.h"
 
 const std::string Ipc::InstanceNameCommon = "Global\\ZEL.TAVO";
 const std::string Ipc::InstanceNameComPrefix = "COM";
 std::string Ipc::currentInstanceName;
+int Ipc::lockFd = -1;
+
+namespace {
+
+const char lockDirectory[] = "/run/lock";
+
+int OpenLockFile(const std::string& path) {
+    return open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+}
+
+} // namespace
+
+std::string Ipc::LockFilePath(const std::string& directory, const std::string& name) {
+    std::string fileName = "tavo-" + name + ".lock";
+    for (char& c : fileName) {
+        if (c == '/' || c == '\\') {
+            c = '_';
+        }
+    }
+    return Path::Combine(directory, fileName);
+}
 
 void Ipc::SetCurrentInstanceName(const std::string& name) {
     if (name != currentInstanceName) {
@@ -14,17 +42,44 @@ void Ipc::SetCurrentInstanceName(const std::string& name) {
     }
 }
 
+// Takes this instance's lock; another run holds the name when the lock is taken already.
+// Without a writable lock directory no lock is possible and no rival can be seen.
 bool Ipc::IsAnotherInstanceActive() {
+    if (lockFd >= 0) {
+        return false;
+    }
+    std::string logDirectory = AppConfig::GetParameter("LogFilePath", "");
+    if (logDirectory.empty()) {
+        logDirectory = GetLogDirectory();
+    }
+    int fd = OpenLockFile(LockFilePath(lockDirectory, currentInstanceName));
+    if (fd < 0) {
+        fd = OpenLockFile(LockFilePath(logDirectory, currentInstanceName));
+    }
+    if (fd < 0) {
+        return false;
+    }
+    if (flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        const bool heldElsewhere = errno == EWOULDBLOCK;
+        close(fd);
+        return heldElsewhere;
+    }
+    lockFd = fd;
     return false;
 }
 
 bool Ipc::IsCurrentInstanceActive() {
-    return false;
+    return lockFd >= 0;
 }
 
 void Ipc::EnterSingleProcessBlock() {}
 
-void Ipc::LeaveSingleProcessBlock() {}
+void Ipc::LeaveSingleProcessBlock() {
+    if (lockFd >= 0) {
+        close(lockFd);
+        lockFd = -1;
+    }
+}
 
 bool Ipc::IsWatchDogRunning() {
     return false;

@@ -1,5 +1,7 @@
 // Instance guard and server mode: runs are named after the serial device they use, so that
-// two runs do not talk to one ECR at once.
+// two runs do not talk to one ECR at once. A run holds an exclusive lock on a file named after
+// its instance (in /run/lock, else in the log directory) from the guard to its end; the
+// system releases it when the process ends, however it ends.
 #pragma once
 
 #include <string>
@@ -26,8 +28,12 @@ public:
     static void InterruptOtherInstances();
     static void WatchDogInterruptCallback(void* context);
 
+    // The lock file of an instance name, in the given directory.
+    static std::string LockFilePath(const std::string& directory, const std::string& name);
+
 private:
     static std::string currentInstanceName;
+    static int lockFd;
 };
 
 // "Global\ZEL.TAVO", followed by "." and the "TTY" setting when there is one.

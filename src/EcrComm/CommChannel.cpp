@@ -39,8 +39,12 @@ void CommChannel_Open() {
     pCommChannel->Open();
 }
 
+// A connection that failed before its channel was chosen (a configuration error) is still
+// closed by the driver: there is nothing to close then.
 void CommChannel_Close() {
-    pCommChannel->Close();
+    if (pCommChannel != nullptr) {
+        pCommChannel->Close();
+    }
 }
 
 void CommChannel_SetReadTimeout(int ms) {

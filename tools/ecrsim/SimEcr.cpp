@@ -25,6 +25,7 @@ enum RequestAction : byte {
     Request_Delete = 5,
 };
 
+const byte requestVersion = 2;
 const byte fiscalStatusCommand = 100;
 const byte fiscalEftStatusCommand = 32;
 const char* const actionNames[] = {"?", "read", "write", "clear", "init", "delete"};
@@ -78,6 +79,8 @@ void SimEcr::Handle(const std::vector<byte>& frame) {
         HandleFiscal(data);
     } else if (id != m_standardId) {
         Log("<- frame of unknown protocol " + std::to_string(id) + ", ignored");
+    } else if (m_state == State_TimedOut) {
+        HandleAfterTimeout(data);
     } else if (m_state != State_Idle) {
         HandleRecord(data);
     } else if (!data.empty()) {
@@ -160,7 +163,7 @@ void SimEcr::HandleRecord(const std::vector<byte>& record) {
     if (m_options.sessionTimeoutAfter > 0 && m_sessionRecords >= m_options.sessionTimeoutAfter) {
         Log("-> data session timed out on purpose");
         m_store.Save(m_section);
-        m_state = State_Idle;
+        m_state = State_TimedOut;
         answer(Code(Answer_UnknownCommand));
         return;
     }
@@ -186,6 +189,19 @@ void SimEcr::HandleRecord(const std::vector<byte>& record) {
         m_store.Put(m_section, record);
     }
     answer(Code(Answer_OK));
+}
+
+void SimEcr::HandleAfterTimeout(const std::vector<byte>& data) {
+    const bool isRequest = data.size() == 3 && data[2] == requestVersion;
+    if (isRequest || data.empty()) {
+        m_state = State_Idle;
+        if (isRequest) {
+            HandleRequest(data);
+        }
+        return;
+    }
+    Log("<- record after the session timed out");
+    m_held.push_back(ApplicationFrame(m_standardId, Code(Answer_UnknownCommand)));
 }
 
 std::vector<byte> SimEcr::StatusRecord(bool eft) const {

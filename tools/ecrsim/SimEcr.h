@@ -25,11 +25,14 @@ public:
     std::deque<std::vector<byte>>& Held() { return m_held; }
 
 private:
-    enum State { State_Idle, State_Writing, State_Deleting };
+    // After its data session timed out the ECR answers records "unknown command" until a new
+    // operation request comes.
+    enum State { State_Idle, State_Writing, State_Deleting, State_TimedOut };
 
     void HandleAuthorisation(const std::vector<byte>& data);
     void HandleRequest(const std::vector<byte>& data);
     void HandleRecord(const std::vector<byte>& record);
+    void HandleAfterTimeout(const std::vector<byte>& data);
     void HandleFiscal(const std::vector<byte>& data);
     void Queue(const std::vector<byte>& data);
     std::vector<byte> StatusRecord(bool eft) const;

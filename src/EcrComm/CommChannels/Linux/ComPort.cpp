@@ -6,6 +6,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <linux/serial.h>
+#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -99,6 +100,7 @@ void ComPort::Open() {
     }
     // Opened non-blocking so that a missing carrier cannot hang the open; I/O blocks from now.
     fcntl(handle, F_SETFL, 0);
+    LockDevice();
     if (tcgetattr(handle, &initialSettings) != 0) {
         throw new SystemException(
             "Cannot read serial port settings. Please ensure that correct TTY specified");
@@ -109,6 +111,20 @@ void ComPort::Open() {
         throw new SystemException("Cannot set serial port settings");
     }
     RequestLowLatency();
+}
+
+// Serial programs on this system (terminal programs, modem managers) take an exclusive lock on
+// the device they use; taking it too keeps two programs from reading each other's bytes.
+void ComPort::LockDevice() {
+    if (AppConfig::GetParameter("SkipInstanceChecking", 0) != 0) {
+        return;
+    }
+    if (flock(handle, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        close(handle);
+        handle = -1;
+        throw new ApplicationException("Another application is working now with ECR",
+                                       ReturnCode_EcrPortLocked);
+    }
 }
 
 // USB-serial adapters hold received bytes back for several milliseconds unless the driver

@@ -49,6 +49,7 @@ protected:
     void Abandon() override;
 
 private:
+    void LockDevice();
     void RequestLowLatency();
     bool ApplySettings(int when);
     unsigned int ReceiveBytes(byte* data, unsigned int maxSize);
