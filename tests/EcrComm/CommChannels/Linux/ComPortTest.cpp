@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "AppConfig.h"
 #include <termios.h>
 #include <unistd.h>
 
@@ -181,8 +183,10 @@ TEST_F(ComPortTest, OpenAppliesComSettingsFromTheUnnamedSectionAndCloseRestores)
 
 TEST_F(ComPortTest, DeviceLeftInTheseSettingsOpensAgain) {
     // A pseudo-terminal drops the parity bit; a device that already holds everything else
-    // must still count as set up, at open and at every timeout change.
+    // must still count as set up, at open and at every timeout change. Two ports on one device
+    // need the device lock switched off.
     ConfigureTty();
+    AppConfig::SetParameter("SkipInstanceChecking", "1", false);
     ComPort first;
     first.Open();
     ComPort second;
