@@ -31,6 +31,46 @@ bool IsSerial(CommChannelType type) {
     throw new CommunicationException("Unexpected data received");
 }
 
+// An ECR answer that ends the command, with what the user is told.
+struct AnswerFailure {
+    ResponseCode code;
+    const char* message;
+    ReturnCode returnCode;
+};
+
+const AnswerFailure requestFailures[] = {
+    {ResponseCode_UnknownCommand, "Unknown command", ReturnCode_UnknownCommand},
+    {ResponseCode_Busy, "ECR is busy", ReturnCode_EcrBusy},
+    {ResponseCode_CommandFailed, "Command can not be executed in current context",
+     ReturnCode_CommandFailed},
+    {ResponseCode_NotActivated, "ECR communications are not activated", ReturnCode_NotActivated},
+    {ResponseCode_AuthFailed, "Bad or missing password", ReturnCode_BadPassword},
+};
+
+// In fiscal mode "busy" means that the key lock is in the wrong position.
+const AnswerFailure fiscalFailures[] = {
+    {ResponseCode_UnknownCommand, "Unknown command", ReturnCode_UnknownCommand},
+    {ResponseCode_Busy, "Incorrect keylock position", ReturnCode_EcrBusy},
+    {ResponseCode_BadData, "Command has bad data", ReturnCode_InputFileHasBadRecords},
+    {ResponseCode_CommandFailed, "Command failed or can not be executed in current context",
+     ReturnCode_CommandFailed},
+    {ResponseCode_NotActivated, "ECR fiscal protocol is not activated", ReturnCode_NotActivated},
+    {ResponseCode_AuthFailed, "Bad or missing password", ReturnCode_BadPassword},
+};
+
+// Returns for OK; throws the listed failure, or "Unexpected data received" for any other code.
+template <size_t N> void CheckAnswer(byte code, const AnswerFailure (&failures)[N]) {
+    if (code == ResponseCode_OK) {
+        return;
+    }
+    for (const AnswerFailure& failure : failures) {
+        if (failure.code == code) {
+            throw new ApplicationException(failure.message, failure.returnCode);
+        }
+    }
+    ThrowUnexpectedData();
+}
+
 // Reads one frame of any length; an empty frame means the ECR did not answer.
 ushort ReadAnyFrame(byte* buf, ushort bufLen) {
     ushort length = 0;
@@ -175,24 +215,7 @@ void SendRequest(byte data, byte action) {
         responseLen = 1;
         SendWithResponse(request, 2, response, 1, responseLen);
     }
-    switch (response[0]) {
-    case ResponseCode_OK:
-        return;
-    case ResponseCode_UnknownCommand:
-        throw new ApplicationException("Unknown command", ReturnCode_UnknownCommand);
-    case ResponseCode_Busy:
-        throw new ApplicationException("ECR is busy", ReturnCode_EcrBusy);
-    case ResponseCode_CommandFailed:
-        throw new ApplicationException("Command can not be executed in current context",
-                                       ReturnCode_CommandFailed);
-    case ResponseCode_NotActivated:
-        throw new ApplicationException("ECR communications are not activated",
-                                       ReturnCode_NotActivated);
-    case ResponseCode_AuthFailed:
-        throw new ApplicationException("Bad or missing password", ReturnCode_BadPassword);
-    default:
-        ThrowUnexpectedData();
-    }
+    CheckAnswer(response[0], requestFailures);
 }
 
 void BeginSendData(const byte* data, ushort dataLen) {
@@ -281,26 +304,7 @@ void Fiscal_SendCommand(byte command, const byte* data, ushort dataLen) {
         responseLen = 1;
         ProcessCommResult(ReadFrame(response, 1, responseLen));
     }
-    switch (response[0]) {
-    case ResponseCode_OK:
-        return;
-    case ResponseCode_UnknownCommand:
-        throw new ApplicationException("Unknown command", ReturnCode_UnknownCommand);
-    case ResponseCode_Busy:
-        throw new ApplicationException("Incorrect keylock position", ReturnCode_EcrBusy);
-    case ResponseCode_BadData:
-        throw new ApplicationException("Command has bad data", ReturnCode_InputFileHasBadRecords);
-    case ResponseCode_CommandFailed:
-        throw new ApplicationException("Command failed or can not be executed in current context",
-                                       ReturnCode_CommandFailed);
-    case ResponseCode_NotActivated:
-        throw new ApplicationException("ECR fiscal protocol is not activated",
-                                       ReturnCode_NotActivated);
-    case ResponseCode_AuthFailed:
-        throw new ApplicationException("Bad or missing password", ReturnCode_BadPassword);
-    default:
-        ThrowUnexpectedData();
-    }
+    CheckAnswer(response[0], fiscalFailures);
 }
 
 ushort Fiscal_ReadStatus(byte* status, ushort) {

@@ -8,6 +8,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include "EcrComm/CommChannels/Linux/ComPort.h"
 #include "SectionStore.h"
 #include "SimEcr.h"
 #include "SimLine.h"
@@ -46,27 +47,12 @@ void MakeRaw(int fd, speed_t speed, char parity) {
 }
 
 speed_t SpeedOf(int baud) {
-    switch (baud) {
-    case 1200:
-        return B1200;
-    case 2400:
-        return B2400;
-    case 4800:
-        return B4800;
-    case 9600:
-        return B9600;
-    case 19200:
-        return B19200;
-    case 38400:
-        return B38400;
-    case 57600:
-        return B57600;
-    case 115200:
-        return B115200;
-    default:
+    speed_t speed;
+    if (!BaudRateToSpeed(baud, speed)) {
         std::fprintf(stderr, "ecrsim: unsupported speed %d\n", baud);
         std::exit(2);
     }
+    return speed;
 }
 
 // Creates the pseudo-terminal; keeps its device side open so that the line stays up between

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "EcrComm/CommBase.h"
+#include "EcrComm/CommChannels/Compatibility/TcFrameSeqNo.h"
 
 // Check bytes of a version 3 frame: an XOR byte and an additive byte.
 struct CRC {
@@ -58,5 +59,39 @@ bool MeasurePayload(const byte* frame, uint16 frameSize, uint16 headerSize, uint
 // data may be frame itself: the write position never passes the read position.
 void Decompose(const byte* frame, uint16 headerSize, uint16 payloadSize, byte* data, byte& part1,
                byte& part2);
+
+// Versions 3 and 2 put STX and the sequence number ahead of the payload and differ only in
+// their check bytes, which calculate works out from the sequence number and the payload.
+template <typename Check>
+uint16 BuildSequenced(Check (*calculate)(byte, const byte*, uint16), const byte* data,
+                      uint16 dataSize, byte seqNo, byte* frame, uint16 frameBufSize) {
+    if (!TcFrameSeqNo::IsValid(seqNo)) {
+        return 0;
+    }
+    const Check check = calculate(seqNo, data, dataSize);
+    const byte header[] = {STX, seqNo};
+    return Compose(header, sizeof(header), data, dataSize, check.Part1, check.Part2, frame,
+                   frameBufSize);
+}
+
+// The sequence number is stored even when the frame is then refused.
+template <typename Check>
+uint16 ParseSequenced(Check (*calculate)(byte, const byte*, uint16), const byte* frame,
+                      uint16 frameSize, byte& seqNo, byte* data, uint16 dataBufSize) {
+    const uint16 headerSize = 2;
+    uint16 payloadSize = 0;
+    if (!MeasurePayload(frame, frameSize, headerSize, payloadSize) || payloadSize > dataBufSize) {
+        return 0;
+    }
+    seqNo = frame[1];
+    if (!TcFrameSeqNo::IsValid(seqNo)) {
+        return 0;
+    }
+    byte part1 = 0;
+    byte part2 = 0;
+    Decompose(frame, headerSize, payloadSize, data, part1, part2);
+    const Check check = calculate(seqNo, data, payloadSize);
+    return check.Part1 == part1 && check.Part2 == part2 ? payloadSize : 0;
+}
 
 } // namespace tcframe

@@ -27,33 +27,10 @@ CRC_v2 TcFrame_v2::CalculateCRC(byte seqNo, const byte* data, uint16 dataSize) {
 
 uint16 TcFrame_v2::Build(const byte* data, uint16 dataSize, byte seqNo, byte* frame,
                          uint16 frameBufSize) {
-    if (!TcFrameSeqNo::IsValid(seqNo)) {
-        return 0;
-    }
-    const CRC_v2 crc = CalculateCRC(seqNo, data, dataSize);
-    const byte header[] = {tcframe::STX, seqNo};
-    return tcframe::Compose(header, sizeof(header), data, dataSize, crc.Part1, crc.Part2, frame,
-                            frameBufSize);
+    return tcframe::BuildSequenced(&CalculateCRC, data, dataSize, seqNo, frame, frameBufSize);
 }
 
 uint16 TcFrame_v2::Parse(const byte* frame, uint16 frameSize, byte& seqNo, byte* data,
                          uint16 dataBufSize) {
-    const uint16 headerSize = 2;
-    uint16 payloadSize = 0;
-    if (!tcframe::MeasurePayload(frame, frameSize, headerSize, payloadSize) ||
-        payloadSize > dataBufSize) {
-        return 0;
-    }
-    seqNo = frame[1];
-    if (!TcFrameSeqNo::IsValid(seqNo)) {
-        return 0;
-    }
-    byte part1 = 0;
-    byte part2 = 0;
-    tcframe::Decompose(frame, headerSize, payloadSize, data, part1, part2);
-    const CRC_v2 crc = CalculateCRC(seqNo, data, payloadSize);
-    if (crc.Part1 != part1 || crc.Part2 != part2) {
-        return 0;
-    }
-    return payloadSize;
+    return tcframe::ParseSequenced(&CalculateCRC, frame, frameSize, seqNo, data, dataBufSize);
 }

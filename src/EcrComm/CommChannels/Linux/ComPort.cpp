@@ -18,6 +18,31 @@
 #include "IniFile.h"
 #include "Logging.h"
 
+bool BaudRateToSpeed(long baud, speed_t& speed) {
+    switch (baud) {
+    case 4800:
+        speed = B4800;
+        return true;
+    case 9600:
+        speed = B9600;
+        return true;
+    case 19200:
+        speed = B19200;
+        return true;
+    case 38400:
+        speed = B38400;
+        return true;
+    case 57600:
+        speed = B57600;
+        return true;
+    case 115200:
+        speed = B115200;
+        return true;
+    default:
+        return false;
+    }
+}
+
 namespace {
 
 const char badSetupMessage[] = "Bad serial port setup parameters";
@@ -53,22 +78,11 @@ LineSettings ParseLineSettings(const std::string& settings) {
 }
 
 speed_t SpeedOf(long baud) {
-    switch (baud) {
-    case 4800:
-        return B4800;
-    case 9600:
-        return B9600;
-    case 19200:
-        return B19200;
-    case 38400:
-        return B38400;
-    case 57600:
-        return B57600;
-    case 115200:
-        return B115200;
-    default:
+    speed_t speed;
+    if (!BaudRateToSpeed(baud, speed)) {
         throw new SystemException(badSetupMessage);
     }
+    return speed;
 }
 
 } // namespace

@@ -62,3 +62,6 @@ private:
     // Bytes received beyond the end byte of a read, in line order, for the next read.
     std::vector<byte> readAhead;
 };
+
+// The termios speed of a line speed in baud; false for a speed the port does not offer.
+bool BaudRateToSpeed(long baud, speed_t& speed);
