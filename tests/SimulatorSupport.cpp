@@ -11,7 +11,7 @@
 
 namespace testsupport {
 
-EcrSimulator::EcrSimulator(const std::vector<std::string>& options) {
+EcrSimulator::EcrSimulator(const std::vector<std::string>& options, const std::string& executable) {
     int out[2];
     if (pipe(out) != 0) {
         throw std::runtime_error("pipe failed");
@@ -23,7 +23,7 @@ EcrSimulator::EcrSimulator(const std::vector<std::string>& options) {
         const int err = open(errorLog.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
         dup2(err, 2);
         close(out[0]);
-        std::vector<std::string> args = {ECRSIM_EXECUTABLE, "--data-dir", m_dir.Path()};
+        std::vector<std::string> args = {executable, "--data-dir", m_dir.Path()};
         args.insert(args.end(), options.begin(), options.end());
         std::vector<char*> argv;
         for (std::string& arg : args) {

@@ -14,7 +14,8 @@ class EcrSimulator {
 public:
     // Starts ecrsim with the options (its data directory is a fresh temporary one) and waits
     // at most 5 s for the name of its pseudo-terminal.
-    explicit EcrSimulator(const std::vector<std::string>& options = {});
+    explicit EcrSimulator(const std::vector<std::string>& options = {},
+                          const std::string& executable = ECRSIM_EXECUTABLE);
     // Stops the simulator (SIGTERM, then SIGKILL after 5 s).
     ~EcrSimulator();
     EcrSimulator(const EcrSimulator&) = delete;
