@@ -57,8 +57,9 @@ bool BinaryDataParser::GetString(char* buf, ushort bufLen) {
     std::memcpy(buf, m_dataBuf + start, count);
     buf[count] = '\0';
     m_position = static_cast<ushort>(end);
-    // A zero byte inside the text is a control character too, not the end of the text.
-    return std::strlen(buf) == count && IsValidString(buf);
+    // A zero byte ends the copied text: only the characters before it are checked, and the
+    // caller sees only those.
+    return IsValidString(buf);
 }
 
 bool BinaryDataParser::GetNumber(Decimal& num) {

@@ -71,10 +71,14 @@ TEST(BinaryDataParserTest, ControlCharactersMakeTextInvalid) {
     EXPECT_FALSE(withTab.GetString(text, sizeof(text)));
     EXPECT_EQ(withTab.GetFieldType(), FieldType_None); // the field was consumed
 
-    const Bytes zero = {0x0B, 'a', 0x00, 'b'};
+    // A zero byte ends the text; what follows it is not looked at.
+    const Bytes zero = {0x0B, 'a', 0x00, '\t', 0x0B, 'c'};
     Record withZeroRecord(zero);
     BinaryDataParser& withZero = withZeroRecord.parser;
-    EXPECT_FALSE(withZero.GetString(text, sizeof(text)));
+    EXPECT_TRUE(withZero.GetString(text, sizeof(text)));
+    EXPECT_STREQ(text, "a");
+    EXPECT_TRUE(withZero.GetString(text, sizeof(text)));
+    EXPECT_STREQ(text, "c");
 
     const Bytes unit = {0x0B, 31, 0xFF};
     Record validRecord(unit);
