@@ -136,25 +136,31 @@ void BmpFileReader::Open(const std::string& filename) {
         infoHeader.biHeight < 0) {
         throw new FileIoException("Wrong bitmap file format");
     }
-    const std::string readError = "File '" + filename + "' read error";
+    // The palette only decides whether the bits are inverted. Bytes missing from a truncated
+    // file count as zero: only pixel data that is short makes the file unreadable.
     unsigned char palette[paletteSize];
-    if (std::fread(palette, 1, sizeof(palette), file) != sizeof(palette)) {
-        throw new FileIoException(readError);
-    }
+    const size_t paletteRead = std::fread(palette, 1, sizeof(palette), file);
+    std::fill(palette + paletteRead, palette + paletteSize, 0);
+
     const int height = infoHeader.biHeight;
     const int width = infoHeader.biWidth;
     const int64_t rowSize = (static_cast<int64_t>(width) + 7) / 8;
     const int64_t stride = (rowSize + 3) / 4 * 4;
     const int64_t pixelDataSize = stride * height;
-    // A header that promises more pixel data than the file holds is a short read; finding
-    // that out first spares allocating for data that is not there.
-    if (fileHeader.bfOffBits + pixelDataSize > FileSize(file)) {
-        throw new FileIoException(readError);
-    }
-    std::vector<unsigned char> pixelData = AllocateBytes(pixelDataSize);
-    if (std::fseek(file, static_cast<long>(fileHeader.bfOffBits), SEEK_SET) != 0 ||
-        std::fread(pixelData.data(), 1, pixelData.size(), file) != pixelData.size()) {
-        throw new FileIoException(readError);
+    std::vector<unsigned char> pixelData;
+    // A picture without pixel data reads nothing, wherever its data offset points.
+    if (pixelDataSize > 0) {
+        const std::string readError = "File '" + filename + "' read error";
+        // A header that promises more pixel data than the file holds is a short read; finding
+        // that out first spares allocating for data that is not there.
+        if (fileHeader.bfOffBits + pixelDataSize > FileSize(file)) {
+            throw new FileIoException(readError);
+        }
+        pixelData = AllocateBytes(pixelDataSize);
+        if (std::fseek(file, static_cast<long>(fileHeader.bfOffBits), SEEK_SET) != 0 ||
+            std::fread(pixelData.data(), 1, pixelData.size(), file) != pixelData.size()) {
+            throw new FileIoException(readError);
+        }
     }
 
     bitmapBytes.clear();

@@ -213,10 +213,14 @@ TEST_F(BmpFileTest, UnsupportedOrDamagedFilesAreRefused) {
     EXPECT_EQ(OpenFailure(farOffset.Build()), readError);
     EXPECT_EQ(OpenFailure(BitmapSpec().Build().substr(0, 58)), readError); // short palette
 
-    // An empty picture has no records.
+    // An empty picture has no records, and no pixel data to be missing.
     BitmapSpec empty;
     empty.height = 0;
     EXPECT_TRUE(ReadRowsOf(empty.Build()).empty());
+    EXPECT_TRUE(ReadRowsOf(empty.Build().substr(0, 56)).empty());
+    BitmapSpec emptyFarOffset = empty;
+    emptyFarOffset.offBits = 0x10000;
+    EXPECT_EQ(OpenFailure(emptyFarOffset.Build()), "");
     BitmapSpec noWidth;
     noWidth.width = 0;
     noWidth.height = 0x7fffffff;
