@@ -139,7 +139,8 @@ void ValidateFiscalCommands(CsvFileReader* reader) {
     }
 }
 
-void RunFiscalCommands(CsvFileReader* reader) {
+// Returns the number of commands the ECR has executed.
+unsigned RunFiscalCommands(CsvFileReader* reader) {
     unsigned commandsSent = 0;
     for (;;) {
         Progress(Format("Commands sent: %u\r", commandsSent));
@@ -156,7 +157,7 @@ void RunFiscalCommands(CsvFileReader* reader) {
         Fiscal_SendCommand(static_cast<byte>(code.ToInt64()), commIoBuffer, dataLength);
         ++commandsSent;
     }
-    Progress(Format("Commands sent: %u\n", commandsSent));
+    return commandsSent;
 }
 
 void ExecuteFiscalFile(const std::string& filename) {
@@ -165,18 +166,20 @@ void ExecuteFiscalFile(const std::string& filename) {
     FileReader* reader = CreateFileReader(FileType_CSV);
     // Commands run in file order, and a repeated command code is no duplicate.
     AppConfig::SetParameter("SortInputFileLines", "0", false);
+    unsigned commandsSent = 0;
     try {
         reader->Open(filename);
         // Lines the index rejected were reported; they are left out but do not stop the run.
         FileErrors::Reset();
         CsvFileReader* commands = static_cast<CsvFileReader*>(reader);
         ValidateFiscalCommands(commands);
-        RunFiscalCommands(commands);
+        commandsSent = RunFiscalCommands(commands);
     } catch (Exception*) {
         delete reader;
         throw;
     }
     delete reader;
+    Progress(Format("Commands sent: %u\n", commandsSent));
 }
 
 int ReturnCodeFromFileErrors() {
