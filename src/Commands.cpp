@@ -1,6 +1,7 @@
 #include "Commands.h"
 
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,8 @@
 namespace {
 
 const int transferBufferSize = 1024;
+// Readers and writers are released on every way out of a transfer, an exception included;
+// releasing a writer completes and closes its file.
 // A record as the file holds it, and as the ECR holds it.
 byte fileIoBuffer[transferBufferSize];
 byte commIoBuffer[transferBufferSize];
@@ -163,22 +166,16 @@ unsigned RunFiscalCommands(CsvFileReader* reader) {
 void ExecuteFiscalFile(const std::string& filename) {
     AuthorizeSession();
     DataConverter::Initialize(FileType_CSV);
-    FileReader* reader = CreateFileReader(FileType_CSV);
+    std::unique_ptr<FileReader> reader(CreateFileReader(FileType_CSV));
     // Commands run in file order, and a repeated command code is no duplicate.
     AppConfig::SetParameter("SortInputFileLines", "0", false);
-    unsigned commandsSent = 0;
-    try {
-        reader->Open(filename);
-        // Lines the index rejected were reported; they are left out but do not stop the run.
-        FileErrors::Reset();
-        CsvFileReader* commands = static_cast<CsvFileReader*>(reader);
-        ValidateFiscalCommands(commands);
-        commandsSent = RunFiscalCommands(commands);
-    } catch (Exception*) {
-        delete reader;
-        throw;
-    }
-    delete reader;
+    reader->Open(filename);
+    // Lines the index rejected were reported; they are left out but do not stop the run.
+    FileErrors::Reset();
+    CsvFileReader* commands = static_cast<CsvFileReader*>(reader.get());
+    ValidateFiscalCommands(commands);
+    const unsigned commandsSent = RunFiscalCommands(commands);
+    reader.reset();
     Progress(Format("Commands sent: %u\n", commandsSent));
 }
 
@@ -234,32 +231,27 @@ int Read(int dataType, const std::string& filename) {
     const FileType fileType = DetectFileType(filename, dataType);
     DataConverter::Initialize(fileType);
     FileErrors::Reset();
-    FileWriter* writer = CreateFileWriter(fileType);
+    std::unique_ptr<FileWriter> writer(CreateFileWriter(fileType));
+    writer->Open(filename);
+    OperationRequest(dataType, Action_Read);
     unsigned recordsRead = 0;
-    try {
-        writer->Open(filename);
-        OperationRequest(dataType, Action_Read);
-        for (;;) {
-            const ushort length = ReadData(commIoBuffer, transferBufferSize);
-            if (length == 0) {
-                break;
-            }
-            ++recordsRead;
-            if (recordsRead % 10 == 0) {
-                Progress(Format("Records read: %u\r", recordsRead));
-            }
-            const ushort pcLength =
-                DataConverter::EcrToPc(commIoBuffer, length, fileIoBuffer, transferBufferSize);
-            if (pcLength == 0) {
-                throw new CommunicationException("Bad record received");
-            }
-            writer->Write(FileBuffer(), pcLength);
+    for (;;) {
+        const ushort length = ReadData(commIoBuffer, transferBufferSize);
+        if (length == 0) {
+            break;
         }
-    } catch (Exception*) {
-        delete writer;
-        throw;
+        ++recordsRead;
+        if (recordsRead % 10 == 0) {
+            Progress(Format("Records read: %u\r", recordsRead));
+        }
+        const ushort pcLength =
+            DataConverter::EcrToPc(commIoBuffer, length, fileIoBuffer, transferBufferSize);
+        if (pcLength == 0) {
+            throw new CommunicationException("Bad record received");
+        }
+        writer->Write(FileBuffer(), pcLength);
     }
-    delete writer;
+    writer.reset(); // completes and closes the file
     Progress(Format("Records read: %u\n", recordsRead));
     return static_cast<int>(recordsRead);
 }
@@ -270,37 +262,31 @@ void Send(int dataType, const std::string& filename, UpdateType updateType) {
     const FileType fileType = DetectFileType(filename, dataType);
     DataConverter::Initialize(fileType);
     FileErrors::Reset();
-    FileReader* reader = CreateFileReader(fileType);
+    std::unique_ptr<FileReader> reader(CreateFileReader(fileType));
+    reader->Open(filename);
+    const int recordsInPacket = AppConfig::GetParameter("RecordsInPacket", 1);
+    const Action action = updateType == UpdateType_Delete ? Action_Delete : Action_Write;
     unsigned recordsSent = 0;
-    try {
-        reader->Open(filename);
-        const int recordsInPacket = AppConfig::GetParameter("RecordsInPacket", 1);
-        const Action action = updateType == UpdateType_Delete ? Action_Delete : Action_Write;
-        int recordNumber = 0;
-        for (;;) {
-            try {
-                OperationRequest(dataType, action);
-                SendPackets(reader, recordsInPacket, recordNumber, recordsSent, statusMessage);
-                break;
-            } catch (UnknownCommandException* e) {
-                // The ECR ended the data session after its own time-out.
-                delete e;
-                if (recordsInPacket != 1) {
-                    throw new CommunicationException(
-                        "Unexpected data received, retry not possible");
-                }
-                LogMsg(LogType_Both, "Communication timeout on ECR side, renegotiating...", true);
-                // Resumes at the count of accepted records: records skipped or rejected earlier
-                // put that point before the interrupted record, so some are sent again.
-                recordNumber = static_cast<int>(recordsSent);
+    int recordNumber = 0;
+    for (;;) {
+        try {
+            OperationRequest(dataType, action);
+            SendPackets(reader.get(), recordsInPacket, recordNumber, recordsSent, statusMessage);
+            break;
+        } catch (UnknownCommandException* e) {
+            // The ECR ended the data session after its own time-out.
+            delete e;
+            if (recordsInPacket != 1) {
+                throw new CommunicationException("Unexpected data received, retry not possible");
             }
+            LogMsg(LogType_Both, "Communication timeout on ECR side, renegotiating...", true);
+            // Resumes at the count of accepted records: records skipped or rejected earlier
+            // put that point before the interrupted record, so some are sent again.
+            recordNumber = static_cast<int>(recordsSent);
         }
-        SendEndOfData();
-    } catch (Exception*) {
-        delete reader;
-        throw;
     }
-    delete reader;
+    SendEndOfData();
+    reader.reset();
     FileErrors::Log();
     Progress(Format("%s: %u\n", statusMessage, recordsSent));
 }
@@ -331,27 +317,22 @@ int Execute_Fiscal(Command command, const std::string& filename) {
 
 void ReadStatus(const std::string& filename, StatusType statusType) {
     DataConverter::Initialize(FileType_CSV);
-    FileWriter* writer = CreateFileWriter(FileType_CSV);
-    try {
-        writer->Open(filename);
-        ushort length = 0;
-        if (statusType == StatusType_ECR) {
-            Progress("Reading ECR status...\r");
-            length = Fiscal_ReadStatus(commIoBuffer, transferBufferSize);
-        } else if (statusType == StatusType_EFT) {
-            Progress("Reading EFT status...\r");
-            length = Fiscal_ReadEftStatus(commIoBuffer, transferBufferSize);
-        }
-        const ushort pcLength =
-            DataConverter::EcrToPc(commIoBuffer, length, fileIoBuffer, transferBufferSize);
-        if (pcLength == 0) {
-            throw new CommunicationException("Bad status data received");
-        }
-        writer->Write(FileBuffer(), pcLength);
-    } catch (Exception*) {
-        delete writer;
-        throw;
+    std::unique_ptr<FileWriter> writer(CreateFileWriter(FileType_CSV));
+    writer->Open(filename);
+    ushort length = 0;
+    if (statusType == StatusType_ECR) {
+        Progress("Reading ECR status...\r");
+        length = Fiscal_ReadStatus(commIoBuffer, transferBufferSize);
+    } else if (statusType == StatusType_EFT) {
+        Progress("Reading EFT status...\r");
+        length = Fiscal_ReadEftStatus(commIoBuffer, transferBufferSize);
     }
-    delete writer;
+    const ushort pcLength =
+        DataConverter::EcrToPc(commIoBuffer, length, fileIoBuffer, transferBufferSize);
+    if (pcLength == 0) {
+        throw new CommunicationException("Bad status data received");
+    }
+    writer->Write(FileBuffer(), pcLength);
+    writer.reset();
     Blank(24);
 }
