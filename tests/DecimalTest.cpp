@@ -2,45 +2,48 @@
 
 #include <cstring>
 #include <limits>
+#include <string>
 
 #include "Decimal.h"
 #include "OLVE_Compatibility.h"
 
 namespace {
 
-Decimal Parse(const std::string& text) {
-    Decimal value;
-    EXPECT_TRUE(value.FromString(text)) << text;
-    return value;
-}
+const int64_t int64Min = std::numeric_limits<int64_t>::min();
 
 void ExpectParts(const Decimal& value, int64_t num, int dec) {
     EXPECT_EQ(value.ToInt64(), num);
     EXPECT_EQ(value.GetDecimalCount(), dec);
 }
 
-TEST(DecimalTest, ToStringPadsAndPlacesThePoint) {
+void ExpectParsed(const std::string& text, int64_t num, int dec) {
+    Decimal value;
+    EXPECT_TRUE(value.FromString(text)) << text;
+    ExpectParts(value, num, dec);
+}
+
+TEST(DecimalTest, PrintingAndStrictParsing) {
     EXPECT_EQ(Decimal(5, 2).ToString(), "0.05");
-    EXPECT_EQ(Decimal(-1234, 2).ToString(), "-12.34");
     EXPECT_EQ(Decimal(100, 2).ToString(), "1.00");
     EXPECT_EQ(Decimal(7, 0).ToString(), "7");
     EXPECT_EQ(Decimal(-5, 1).ToString(), "-0.5");
     EXPECT_EQ(Decimal(0, 3).ToString(), "0.000");
-    EXPECT_EQ(Decimal(std::numeric_limits<int64_t>::min(), 0).ToString(), "-9223372036854775808");
+    EXPECT_EQ(Decimal(int64Min, 0).ToString(), "-9223372036854775808");
     EXPECT_EQ(Decimal(-1, 20).ToString(), "-0.00000000000000000001");
-}
 
-TEST(DecimalTest, FromStringIsStrictAndNormalises) {
-    ExpectParts(Parse("1.20"), 12, 1);
-    ExpectParts(Parse("-12.345"), -12345, 3);
-    ExpectParts(Parse(""), 0, 0);
-    ExpectParts(Parse("-"), 0, 0);
-    ExpectParts(Parse("."), 0, 0);
-    ExpectParts(Parse("5."), 5, 0);
-    ExpectParts(Parse("0.000"), 0, 0);
-    ExpectParts(Parse(".5"), 5, 1);
-    ExpectParts(Parse("-0.5"), -5, 1);
-
+    ExpectParsed("1.20", 12, 1);
+    ExpectParsed("-12.345", -12345, 3);
+    ExpectParsed("", 0, 0);
+    ExpectParsed("-", 0, 0);
+    ExpectParsed(".", 0, 0);
+    ExpectParsed("5.", 5, 0);
+    ExpectParsed("0.000", 0, 0);
+    ExpectParsed("-.5", -5, 1);
+    // Past the largest value the number wraps around; nothing is reported.
+    ExpectParsed("9223372036854775808", int64Min, 0);
+    ExpectParsed("18446744073709551617", 1, 0);
+    // The decimal count is the length arithmetic in a byte: 256 digits after the point give 0.
+    ExpectParsed("1." + std::string(255, '0') + "1", 1, 0);
     Decimal value;
     for (const char* bad :
          {"1..2", "1.2.3", "1-2", "--1", "+1", " 1", "1 ", "1e3", "1,000", "12a", "0x10"}) {
@@ -48,46 +51,29 @@ TEST(DecimalTest, FromStringIsStrictAndNormalises) {
     }
 }
 
-TEST(DecimalTest, FromStringWrapsAroundWithoutChecks) {
-    // One past the largest value wraps to the smallest; nothing is reported.
-    ExpectParts(Parse("9223372036854775808"), std::numeric_limits<int64_t>::min(), 0);
-    ExpectParts(Parse("18446744073709551617"), 1, 0);
-    // The decimal count is the length arithmetic in a byte: 256 digits after the point give 0.
-    ExpectParts(Parse("1." + std::string(255, '0') + "1"), 1, 0);
-}
-
-TEST(DecimalTest, NormalizeAndDecimalCounts) {
-    Decimal zero(0, 3);
-    zero.Normalize();
-    ExpectParts(zero, 0, 0);
+TEST(DecimalTest, ScalingComparingAndArithmetic) {
     Decimal value(-1200, 3);
     value.Normalize();
     ExpectParts(value, -12, 1);
-
-    Decimal scaled(15, 1);
-    scaled.SetDecimalCount(3);
-    ExpectParts(scaled, 1500, 3);
-    Decimal truncated(-1999, 3);
-    truncated.SetDecimalCount(1);
-    ExpectParts(truncated, -19, 1); // toward zero, no rounding
-
+    value = Decimal(0, 3);
+    value.Normalize();
+    ExpectParts(value, 0, 0);
+    value = Decimal(15, 1);
+    value.SetDecimalCount(3);
+    ExpectParts(value, 1500, 3);
+    value = Decimal(-1999, 3);
+    value.SetDecimalCount(1);
+    ExpectParts(value, -19, 1); // toward zero, no rounding
     Decimal left(15, 1);
     Decimal right(3, 3);
     Decimal::AlignDecimals(left, right);
     ExpectParts(left, 1500, 3);
     ExpectParts(right, 3, 3);
-    Decimal::AlignDecimals(right, left); // already aligned: unchanged
-    ExpectParts(left, 1500, 3);
-}
 
-TEST(DecimalTest, CompareAlignsBeforeComparing) {
     EXPECT_EQ(Compare(Decimal(15, 1), Decimal(150, 2)), 0);
     EXPECT_EQ(Compare(Decimal(151, 2), Decimal(15, 1)), 1);
     EXPECT_EQ(Compare(Decimal(-2, 0), Decimal(-15, 1)), -1);
-    EXPECT_EQ(Compare(Decimal(), Decimal(0, 5)), 0);
-}
 
-TEST(DecimalTest, ArithmeticAlignsAndNormalises) {
     Decimal sum(125, 2);
     sum += Decimal(75, 2);
     ExpectParts(sum, 2, 0);
@@ -96,9 +82,8 @@ TEST(DecimalTest, ArithmeticAlignsAndNormalises) {
     ExpectParts(difference, 75, 2);
     ExpectParts(Decimal(15, 1) * Decimal(-4, 0), -6, 0);
     ExpectParts(Decimal(25, 1) * Decimal(25, 1), 625, 2);
-    Decimal assigned(99, 3);
-    assigned = int64_t{-7};
-    ExpectParts(assigned, -7, 0);
+    value = int64_t{-7};
+    ExpectParts(value, -7, 0);
 }
 
 TEST(DecimalTest, RoundingIsHalfUpAndNegativeValuesMoveUp) {
@@ -107,51 +92,41 @@ TEST(DecimalTest, RoundingIsHalfUpAndNegativeValuesMoveUp) {
     ExpectParts(Round(Decimal(1249, 3), 1), 12, 1); // only the first dropped digit counts
     ExpectParts(Round(Decimal(-125, 2), 1), -11, 1);
     ExpectParts(Round(Decimal(-127, 2), 1), -11, 1);
-    ExpectParts(Round(Decimal(-121, 2), 1), -11, 1);
     ExpectParts(Round(Decimal(-120, 2), 1), -12, 1);
     ExpectParts(Round(Decimal(199, 2), 0), 2, 0);
     ExpectParts(Round(Decimal(100, 2), 1), 10, 1); // exact count, not normalised
-    ExpectParts(Round(Decimal(125, 2), 2), 125, 2);
     ExpectParts(Round(Decimal(125, 2), 5), 125, 2);
 }
 
-TEST(DecimalTest, DigitAndByteCounts) {
-    EXPECT_EQ(Decimal().GetDigitCount(), 0);
+TEST(DecimalTest, CountsAndSerialisedMagnitudes) {
     EXPECT_EQ(Decimal(12345, 2).GetDigitCount(), 5);
     EXPECT_EQ(Decimal(-1, 0).GetDigitCount(), 20); // read as unsigned
-
     EXPECT_EQ(Decimal().GetDataByteCount(), 0);
     EXPECT_EQ(Decimal(255, 0).GetDataByteCount(), 1);
     EXPECT_EQ(Decimal(256, 0).GetDataByteCount(), 2);
     EXPECT_EQ(Decimal(-65535, 3).GetDataByteCount(), 2);
-    EXPECT_EQ(Decimal(std::numeric_limits<int64_t>::min(), 0).GetDataByteCount(), 8);
-}
+    EXPECT_EQ(Decimal(int64Min, 0).GetDataByteCount(), 8);
 
-TEST(DecimalTest, SerializeWritesTheMagnitudeLittleEndian) {
     byte buf[8] = {};
     bool negative = false;
     byte decimals = 9;
     Decimal(-300, 0).Serialize(buf, 2, negative, decimals);
-    EXPECT_EQ(buf[0], 0x2C);
-    EXPECT_EQ(buf[1], 0x01);
+    EXPECT_EQ(std::string(buf, buf + 2), "\x2c\x01");
     EXPECT_TRUE(negative);
     EXPECT_EQ(decimals, 0);
-
     std::memset(buf, 0xAA, sizeof(buf));
-    Decimal(std::numeric_limits<int64_t>::min(), 4).Serialize(buf, 8, negative, decimals);
-    const byte expected[8] = {0, 0, 0, 0, 0, 0, 0, 0x80};
-    EXPECT_EQ(std::memcmp(buf, expected, 8), 0);
+    Decimal(int64Min, 4).Serialize(buf, 8, negative, decimals);
+    EXPECT_EQ(std::string(buf, buf + 8), std::string("\0\0\0\0\0\0\0\x80", 8));
     EXPECT_EQ(decimals, 4);
 
     Decimal restored;
-    const byte ff[] = {0xFF};
-    restored.Deserialize(ff, 1, false, 2);
-    EXPECT_EQ(restored.ToString(), "2.55");
-    restored.Deserialize(expected, 8, true, 0);
-    EXPECT_EQ(restored.ToInt64(), std::numeric_limits<int64_t>::min());
-    const byte twoBytes[] = {0x2C, 0x01};
-    restored.Deserialize(twoBytes, 2, true, 1);
+    restored.Deserialize(buf, 8, true, 0);
+    EXPECT_EQ(restored.ToInt64(), int64Min);
+    const byte bytes[] = {0x2C, 0x01, 0xFF};
+    restored.Deserialize(bytes, 2, true, 1);
     ExpectParts(restored, -300, 1); // not normalised
+    restored.Deserialize(bytes + 2, 1, false, 2);
+    EXPECT_EQ(restored.ToString(), "2.55");
 }
 
 TEST(DecimalTest, OlderStringFunctions) {

@@ -1,14 +1,15 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdlib>
+#include <iterator>
+#include <memory>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 #include "BmpFile.h"
 #include "Exceptions.h"
 #include "TestSupport.h"
+#include "Tools.h"
 
 namespace {
 
@@ -24,29 +25,33 @@ void PutLittleEndian(std::string& data, size_t offset, uint32_t value, int width
 struct BitmapSpec {
     int32_t width = 8;
     int32_t height = 1;
-    uint16_t planes = 1;
-    uint16_t bitCount = 1;
-    uint32_t compression = 0;
-    uint32_t offBits = 62;
-    std::string signature = "BM";
     std::string palette = std::string("\xff\xff\xff\x00\x00\x00\x00\x00", 8);
     std::string pixelData;
 
     std::string Build() const {
         std::string data(54, '\0');
-        data[0] = signature[0];
-        data[1] = signature[1];
+        data[0] = 'B';
+        data[1] = 'M';
         PutLittleEndian(data, 2, static_cast<uint32_t>(62 + pixelData.size()), 4);
-        PutLittleEndian(data, 10, offBits, 4);
+        PutLittleEndian(data, 10, 62, 4);
         PutLittleEndian(data, 14, 40, 4);
         PutLittleEndian(data, 18, static_cast<uint32_t>(width), 4);
         PutLittleEndian(data, 22, static_cast<uint32_t>(height), 4);
-        PutLittleEndian(data, 26, planes, 2);
-        PutLittleEndian(data, 28, bitCount, 2);
-        PutLittleEndian(data, 30, compression, 4);
+        PutLittleEndian(data, 26, 1, 2);
+        PutLittleEndian(data, 28, 1, 2);
         return data + palette + pixelData;
     }
 };
+
+// The exception an action throws, owned by the caller; null when it throws none.
+template <typename Action> std::unique_ptr<Exception> Thrown(Action action) {
+    try {
+        action();
+    } catch (Exception* e) {
+        return std::unique_ptr<Exception>(e);
+    }
+    return nullptr;
+}
 
 class BmpFileTest : public ::testing::Test {
 protected:
@@ -65,25 +70,20 @@ protected:
     }
 
     Rows ReadRowsOf(const std::string& content) {
-        const std::string path = dir.File("in.bmp");
-        testsupport::WriteFile(path, content);
-        return ReadRows(path);
+        testsupport::WriteFile(dir.File("in.bmp"), content);
+        return ReadRows(dir.File("in.bmp"));
     }
 
     // The message of the FileIoException that opening content raises; "" when none.
     std::string OpenFailure(const std::string& content) {
-        const std::string path = dir.File("bad.bmp");
-        testsupport::WriteFile(path, content);
+        testsupport::WriteFile(dir.File("bad.bmp"), content);
         BmpFileReader reader;
-        try {
-            reader.Open(path);
-        } catch (Exception* e) {
-            const std::string message = e->GetDisplayMessage();
-            EXPECT_EQ(e->GetReturnCode(), ReturnCode_FileIoError);
-            delete e;
-            return message;
+        const std::unique_ptr<Exception> e = Thrown([&] { reader.Open(dir.File("bad.bmp")); });
+        if (e == nullptr) {
+            return "";
         }
-        return "";
+        EXPECT_EQ(e->GetReturnCode(), ReturnCode_FileIoError);
+        return e->GetDisplayMessage();
     }
 
     void WriteRows(const std::string& path, const Rows& rows) {
@@ -97,7 +97,7 @@ protected:
     testsupport::TempDir dir;
 };
 
-TEST_F(BmpFileTest, WriterStoresRowsBottomUpWithPadding) {
+TEST_F(BmpFileTest, WriterStoresRowsBottomUpAndTheyReadBack) {
     const std::string path = dir.File("logo.bmp");
     WriteRows(path, {"\x01\x02\x03", "\x80\x40\x20", std::string("\xff\x00\x0f", 3)});
     BitmapSpec expected;
@@ -106,21 +106,15 @@ TEST_F(BmpFileTest, WriterStoresRowsBottomUpWithPadding) {
     expected.pixelData = std::string("\xff\x00\xf0\x00\x01\x02\x04\x00\x80\x40\xc0\x00", 12);
     std::string content = expected.Build();
     PutLittleEndian(content, 34, 12, 4); // biSizeImage
-    const std::string written = testsupport::ReadFile(path);
-    EXPECT_EQ(written, content);
-    EXPECT_EQ(written.size(), 74u);
-}
+    EXPECT_EQ(testsupport::ReadFile(path), content);
 
-TEST_F(BmpFileTest, WrittenRowsReadBackUnchanged) {
     Rows rows;
     for (int r = 0; r < 9; ++r) {
-        std::string row(5, '\0');
-        for (size_t k = 0; k < row.size(); ++k) {
-            row[k] = static_cast<char>(r * 37 + static_cast<int>(k) * 101);
+        rows.emplace_back();
+        for (int k = 0; k < 5; ++k) {
+            rows.back() += static_cast<char>(r * 37 + k * 101);
         }
-        rows.push_back(row);
     }
-    const std::string path = dir.File("round.bmp");
     WriteRows(path, rows);
     EXPECT_EQ(ReadRows(path), rows);
 
@@ -136,123 +130,94 @@ TEST_F(BmpFileTest, WriterRefusesRowsOfAnotherLength) {
         BmpFileWriter writer;
         writer.Open(path);
         writer.Write("\x01", 1);
-        try {
-            writer.Write("\x01\x02", 2);
-            ADD_FAILURE() << "a longer row was accepted";
-        } catch (Exception* e) {
-            EXPECT_EQ(e->GetReturnCode(), ReturnCode_SystemError);
-            EXPECT_EQ(e->GetDisplayMessage(),
-                      SystemException("Unconsequent line length").GetDisplayMessage());
-            delete e;
-        }
+        const std::unique_ptr<Exception> e = Thrown([&] { writer.Write("\x01\x02", 2); });
+        ASSERT_NE(e, nullptr);
+        EXPECT_EQ(e->GetReturnCode(), ReturnCode_SystemError);
+        EXPECT_EQ(e->GetDisplayMessage(),
+                  SystemException("Unconsequent line length").GetDisplayMessage());
     }
     // The row accepted before is still written when the writer goes away.
     EXPECT_EQ(ReadRows(path), Rows{"\x01"});
-
     WriteRows(path, {});
     EXPECT_EQ(testsupport::ReadFile(path), "");
 }
 
 TEST_F(BmpFileTest, PaletteOrderAndFillBits) {
     // Ten pixels wide: pixels 0 and 9 dark in the top row, pixels 1 and 2 in the bottom row.
-    BitmapSpec whiteFirst;
-    whiteFirst.width = 10;
-    whiteFirst.height = 2;
-    whiteFirst.pixelData = std::string("\x60\x00\x00\x00\x80\x40\x00\x00", 8);
-    EXPECT_EQ(ReadRowsOf(whiteFirst.Build()), (Rows{"\x01\xfe", "\x06\xfc"}));
-
-    // The same picture with black first: the bits are inverted, and the fill bits with them.
-    BitmapSpec blackFirst = whiteFirst;
-    blackFirst.palette = std::string("\x00\x00\x00\x00\xff\xff\xff\x00", 8);
-    blackFirst.pixelData = std::string("\x9f\xff\x00\x00\x7f\xbf\x00\x00", 8);
-    EXPECT_EQ(ReadRowsOf(blackFirst.Build()), (Rows{"\x01\x02", std::string("\x06\x00", 2)}));
-
+    auto picture = [](const char* palette, const char* pixels) {
+        BitmapSpec spec;
+        spec.width = 10;
+        spec.height = 2;
+        spec.palette = std::string(palette, 8);
+        spec.pixelData = std::string(pixels, 8);
+        return spec.Build();
+    };
+    const char* whitePixels = "\x60\x00\x00\x00\x80\x40\x00\x00";
+    const char* blackPixels = "\x9f\xff\x00\x00\x7f\xbf\x00\x00";
+    const Rows whiteRows = {"\x01\xfe", "\x06\xfc"};
+    // With black first the bits are inverted, and the fill bits with them.
+    const Rows blackRows = {"\x01\x02", std::string("\x06\x00", 2)};
+    EXPECT_EQ(ReadRowsOf(picture("\xff\xff\xff\x00\x00\x00\x00\x00", whitePixels)), whiteRows);
+    EXPECT_EQ(ReadRowsOf(picture("\x00\x00\x00\x00\xff\xff\xff\x00", blackPixels)), blackRows);
     // Only the third byte of each palette entry is compared.
-    BitmapSpec redDarker = blackFirst;
-    redDarker.palette = std::string("\xff\xff\x10\x00\x00\x00\x20\x00", 8);
-    EXPECT_EQ(ReadRowsOf(redDarker.Build()), ReadRowsOf(blackFirst.Build()));
-    BitmapSpec redLighter = whiteFirst;
-    redLighter.palette = std::string("\x00\x00\x20\x00\xff\xff\x10\x00", 8);
-    EXPECT_EQ(ReadRowsOf(redLighter.Build()), ReadRowsOf(whiteFirst.Build()));
+    EXPECT_EQ(ReadRowsOf(picture("\xff\xff\x10\x00\x00\x00\x20\x00", blackPixels)), blackRows);
+    EXPECT_EQ(ReadRowsOf(picture("\x00\x00\x20\x00\xff\xff\x10\x00", whitePixels)), whiteRows);
 }
 
 TEST_F(BmpFileTest, UnsupportedOrDamagedFilesAreRefused) {
+    BitmapSpec valid;
+    valid.pixelData = std::string(4, '\0');
+    struct Field {
+        size_t offset;
+        uint32_t value;
+        int width;
+    };
+    auto patched = [&](std::vector<Field> fields) {
+        std::string content = valid.Build();
+        for (const Field& field : fields) {
+            PutLittleEndian(content, field.offset, field.value, field.width);
+        }
+        return content;
+    };
     const std::string wrongFormat = "Wrong bitmap file format";
-    BitmapSpec fourBit;
-    fourBit.bitCount = 4;
-    EXPECT_EQ(OpenFailure(fourBit.Build()), wrongFormat);
-    BitmapSpec rle;
-    rle.compression = 1;
-    EXPECT_EQ(OpenFailure(rle.Build()), wrongFormat);
-    BitmapSpec planes;
-    planes.planes = 2;
-    EXPECT_EQ(OpenFailure(planes.Build()), wrongFormat);
-    BitmapSpec signature;
-    signature.signature = "MB";
-    EXPECT_EQ(OpenFailure(signature.Build()), wrongFormat);
-    BitmapSpec topDown;
-    topDown.height = -1;
-    EXPECT_EQ(OpenFailure(topDown.Build()), wrongFormat);
-    EXPECT_EQ(OpenFailure("BM"), wrongFormat);
-    EXPECT_EQ(OpenFailure(""), wrongFormat);
-
-    // Headers that promise more pixel data than the file holds.
     const std::string readError = "File '" + dir.File("bad.bmp") + "' read error";
-    BitmapSpec shortData;
-    shortData.height = 3;
-    shortData.pixelData = std::string(8, '\0');
-    EXPECT_EQ(OpenFailure(shortData.Build()), readError);
-    BitmapSpec huge;
-    huge.width = 0x7fffffff;
-    huge.height = 0x7fffffff;
-    huge.pixelData = std::string(64, '\0');
-    EXPECT_EQ(OpenFailure(huge.Build()), readError);
-    BitmapSpec farOffset;
-    farOffset.offBits = 0xfffffff0;
-    farOffset.pixelData = std::string(4, '\0');
-    EXPECT_EQ(OpenFailure(farOffset.Build()), readError);
-    EXPECT_EQ(OpenFailure(BitmapSpec().Build().substr(0, 58)), readError); // short palette
-
-    // An empty picture has no records, and no pixel data to be missing.
-    BitmapSpec empty;
-    empty.height = 0;
-    EXPECT_TRUE(ReadRowsOf(empty.Build()).empty());
-    EXPECT_TRUE(ReadRowsOf(empty.Build().substr(0, 56)).empty());
-    BitmapSpec emptyFarOffset = empty;
-    emptyFarOffset.offBits = 0x10000;
-    EXPECT_EQ(OpenFailure(emptyFarOffset.Build()), "");
-    BitmapSpec noWidth;
-    noWidth.width = 0;
-    noWidth.height = 0x7fffffff;
-    EXPECT_TRUE(ReadRowsOf(noWidth.Build()).empty());
-}
-
-// The path of ImageMagick's convert, or "" when only something else answers to the name.
-std::string FindImageMagickConvert() {
-    const char* path = std::getenv("PATH");
-    std::string directories = path != nullptr ? path : "/usr/bin";
-    size_t start = 0;
-    while (start <= directories.size()) {
-        size_t end = directories.find(':', start);
-        if (end == std::string::npos) {
-            end = directories.size();
+    const struct {
+        std::string content;
+        std::string failure;
+    } cases[] = {
+        {patched({{28, 4, 2}}), wrongFormat},          // four bits a pixel
+        {patched({{30, 1, 4}}), wrongFormat},          // compressed
+        {patched({{26, 2, 2}}), wrongFormat},          // two planes
+        {patched({{0, 0x424d, 2}}), wrongFormat},      // "MB"
+        {patched({{22, 0xffffffff, 4}}), wrongFormat}, // top-down
+        {"BM", wrongFormat},
+        {"", wrongFormat},
+        // Headers that promise more pixel data or palette than the file holds.
+        {patched({{22, 3, 4}}), readError},
+        {patched({{18, 0x7fffffff, 4}, {22, 0x7fffffff, 4}}), readError},
+        {patched({{10, 0xfffffff0, 4}}), readError},
+        {valid.Build().substr(0, 58), readError},
+        // An empty picture has no records, and no pixel data to be missing.
+        {patched({{22, 0, 4}}), ""},
+        {patched({{22, 0, 4}}).substr(0, 56), ""},
+        {patched({{22, 0, 4}, {10, 0x10000, 4}}), ""},
+        {patched({{18, 0, 4}, {22, 0x7fffffff, 4}}), ""},
+    };
+    for (size_t i = 0; i < std::size(cases); ++i) {
+        EXPECT_EQ(OpenFailure(cases[i].content), cases[i].failure) << "case " << i;
+        if (cases[i].failure.empty()) {
+            EXPECT_TRUE(ReadRowsOf(cases[i].content).empty()) << "case " << i;
         }
-        const std::string candidate = directories.substr(start, end - start) + "/convert";
-        if (access(candidate.c_str(), X_OK) == 0) {
-            const testsupport::RunResult version =
-                testsupport::RunProcess(candidate, {"-version"}, 10000);
-            const bool isImageMagick =
-                version.exitStatus == 0 && version.output.find("Version: ImageMagick") == 0;
-            return isImageMagick ? candidate : "";
-        }
-        start = end + 1;
     }
-    return "";
+    EXPECT_EQ(ReadRowsOf(valid.Build()), Rows{std::string(1, '\0')});
 }
 
 TEST_F(BmpFileTest, ReadsBitmapsMadeByImageMagick) {
-    const std::string convert = FindImageMagickConvert();
-    if (convert.empty()) {
+    const std::string convert =
+        Trim(testsupport::RunProcess("/bin/sh", {"-c", "command -v convert"}, 10000).output, "\n");
+    if (convert.empty() ||
+        testsupport::RunProcess(convert, {"-version"}, 10000).output.find("Version: ImageMagick") !=
+            0) {
         GTEST_SKIP() << "ImageMagick's convert is not installed (apt-get install imagemagick)";
     }
     // A 37 x 5 pattern as a plain PBM, where 1 is a black pixel.
@@ -292,7 +257,6 @@ TEST_F(BmpFileTest, ReadsBitmapsMadeByImageMagick) {
               0);
     ASSERT_EQ(testsupport::ReadFile(blackFirst).substr(54, 3), std::string(3, '\0'));
     ASSERT_EQ(testsupport::ReadFile(whiteFirst).substr(54, 3), "\xff\xff\xff");
-
     EXPECT_EQ(ReadRows(blackFirst), expectedBlackFirst);
     EXPECT_EQ(ReadRows(whiteFirst), expectedWhiteFirst);
 }

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -12,24 +13,16 @@
 
 namespace {
 
+using Lines = std::vector<std::string>;
+
 std::vector<int> emptyLines;
 std::vector<int> badLines;
-
-void RecordEmpty(int lineNumber) {
-    emptyLines.push_back(lineNumber);
-}
-
-void RecordBad(int lineNumber) {
-    badLines.push_back(lineNumber);
-}
 
 class CsvFileTest : public ::testing::Test {
 protected:
     void SetUp() override {
         Configure({});
         FileErrors::Reset();
-        emptyLines.clear();
-        badLines.clear();
     }
     void TearDown() override { FileErrors::Reset(); }
 
@@ -38,35 +31,41 @@ protected:
     }
 
     std::string WriteInput(const std::string& content) {
-        const std::string path = dir.File("input.csv");
-        testsupport::WriteFile(path, content);
-        return path;
+        testsupport::WriteFile(dir.File("input.csv"), content);
+        return dir.File("input.csv");
     }
 
-    // Opens the file as Send does; returns what the reader printed.
-    std::string Open(CsvFileReaderImpl& reader, const std::string& content) {
-        const std::string path = WriteInput(content);
+    // Opens the content as Send does with fresh error counters; keeps what the reader printed
+    // and returns every record in index order as "line:text".
+    Lines Load(const std::string& content) {
+        FileErrors::Reset();
+        CsvFileReaderImpl reader;
         ::testing::internal::CaptureStdout();
-        reader.Open(path);
-        return ::testing::internal::GetCapturedStdout();
-    }
-
-    // Every record in index order as "line:text".
-    static std::vector<std::string> Records(CsvFileReaderImpl& reader) {
-        std::vector<std::string> records;
+        reader.Open(WriteInput(content));
+        output = ::testing::internal::GetCapturedStdout();
+        Lines records;
         char buffer[1024];
         for (int record = 0;; ++record) {
             const int length = reader.Read(record, buffer, sizeof(buffer));
             if (length == 0) {
                 EXPECT_EQ(reader.GetLineNumber(record), -1);
-                return records;
+                break;
             }
             records.push_back(std::to_string(reader.GetLineNumber(record)) + ":" +
                               std::string(buffer, static_cast<size_t>(length)));
         }
+        EXPECT_EQ(reader.GetLineNumber(-1), -1);
+        reader.Close();
+        EXPECT_EQ(reader.Read(0, buffer, sizeof(buffer)), 0);
+        return records;
+    }
+
+    bool Reported(const std::string& message) const {
+        return output.find(message) != std::string::npos;
     }
 
     testsupport::TempDir dir;
+    std::string output;
 };
 
 TEST_F(CsvFileTest, IndexClassifiesEveryLine) {
@@ -85,141 +84,90 @@ TEST_F(CsvFileTest, IndexClassifiesEveryLine) {
     const std::string path = WriteInput(content);
     TextFileLineIndex index;
     ::testing::internal::CaptureStdout();
-    const int count = index.Build(path, RecordEmpty, RecordBad);
+    const int count = index.Build(
+        path, [](int line) { emptyLines.push_back(line); },
+        [](int line) { badLines.push_back(line); });
     EXPECT_EQ(::testing::internal::GetCapturedStdout(),
               "Preparing data ...\r" + std::string(18, ' ') + "\r");
     EXPECT_EQ(emptyLines, (std::vector<int>{2, 4}));
     EXPECT_EQ(badLines, (std::vector<int>{5, 6, 9, 11}));
-    ASSERT_EQ(count, 6);
-    const int64_t keys[] = {0, 12, 0, 125, 0, 0};
-    const int lines[] = {1, 3, 7, 8, 10, 12};
+    Lines entries;
     for (int i = 0; i < count; ++i) {
         const TextFileLineIndex::FileLine& entry = index.GetEntry(i);
-        EXPECT_EQ(entry.lineKey, keys[i]) << i;
-        EXPECT_EQ(entry.lineNumber, lines[i]) << i;
+        entries.push_back(std::to_string(entry.lineNumber) + ":" + std::to_string(entry.lineKey));
     }
-    EXPECT_EQ(index.GetEntry(1).lineOffset, content.find("12,"));
+    EXPECT_EQ(entries, (Lines{"1:0", "3:12", "7:0", "8:125", "10:0", "12:0"}));
     EXPECT_EQ(index.GetEntry(5).lineOffset, content.find("\"unterminated"));
     char buffer[1024];
-    EXPECT_EQ(index.ReadLine(0, buffer, sizeof(buffer)), 15);
-    EXPECT_STREQ(buffer, "\"Header\",\"Name\"");
+    EXPECT_EQ(index.ReadLine(1, buffer, sizeof(buffer)), 6);
+    EXPECT_STREQ(buffer, "12,\"a\"");
     EXPECT_EQ(index.ReadLine(0, buffer, 9), 8); // at most bufferSize - 1 characters
     EXPECT_STREQ(buffer, "\"Header\"");
     EXPECT_EQ(index.ReadLine(6, buffer, sizeof(buffer)), 0);
-
-    // Building again starts afresh; null callbacks are allowed.
-    EXPECT_EQ(index.Build(path, nullptr, nullptr), 6);
-    index.Close();
-    EXPECT_EQ(index.GetCount(), 0);
-    EXPECT_EQ(index.ReadLine(0, buffer, sizeof(buffer)), 0);
 }
 
-TEST_F(CsvFileTest, HeaderStaysFirstAndRecordsComeBackAscending) {
-    CsvFileReaderImpl reader;
-    const std::string output =
-        Open(reader, "\"No\",\"Name\"\r\n30,\"c\"\r\n20,\"b\"  \r\n10,\"a\"\t\r\n");
-    EXPECT_EQ(output.find("Line"), std::string::npos);
-    EXPECT_EQ(Records(reader), (std::vector<std::string>{"1:\"No\",\"Name\"", "4:10,\"a\"",
-                                                         "3:20,\"b\"", "2:30,\"c\""}));
-    EXPECT_EQ(reader.GetLineNumber(-1), -1);
-    reader.Close();
-    char buffer[16];
-    EXPECT_EQ(reader.Read(0, buffer, sizeof(buffer)), 0);
-}
+TEST_F(CsvFileTest, SortsByKeyAndReportsEmptyAndDuplicateLines) {
+    // A text header stays first; blanks after the line are not part of it.
+    EXPECT_EQ(Load("\"No\",\"Name\"\r\n30,\"c\"\r\n20,\"b\"  \r\n10,\"a\"\t\r\n"),
+              (Lines{"1:\"No\",\"Name\"", "4:10,\"a\"", "3:20,\"b\"", "2:30,\"c\""}));
+    EXPECT_FALSE(Reported("Line"));
 
-TEST_F(CsvFileTest, DuplicatesKeepTheLastLineAndReportThePairsSecondEntry) {
-    CsvFileReaderImpl sorted;
     // Already in order: each compared pair names its second line, the earlier line goes.
-    std::string output = Open(sorted, "1,\"a\"\n2,\"b\"\n2,\"c\"\n2,\"d\"\n3,\"e\"\n");
-    EXPECT_EQ(output.find("Line 3     - Record number is not unique   \n"
-                          "Line 4     - Record number is not unique   \n"),
-              output.find("Line"));
+    EXPECT_EQ(Load("1,\"a\"\n2,\"b\"\n2,\"c\"\n2,\"d\"\n3,\"e\"\n"),
+              (Lines{"1:1,\"a\"", "4:2,\"d\"", "5:3,\"e\""}));
+    EXPECT_EQ(output.substr(output.find("Line")), "Line 3     - Record number is not unique   \n"
+                                                  "Line 4     - Record number is not unique   \n");
     EXPECT_EQ(FileErrors::GetDuplicateRecordCount(), 2);
-    EXPECT_EQ(Records(sorted), (std::vector<std::string>{"1:1,\"a\"", "4:2,\"d\"", "5:3,\"e\""}));
 
-    // The sort puts line 3 before line 1, so the report names line 1 although line 3 is the
-    // one that is kept.
-    FileErrors::Reset();
-    CsvFileReaderImpl unsorted;
-    output = Open(unsorted, "5,\"first\"\n3,\"b\"\n5,\"last\"\n");
-    EXPECT_NE(output.find("Line 1     - Record number is not unique"), std::string::npos);
-    EXPECT_EQ(output.find("Line 3"), std::string::npos);
+    // The sort puts line 3 before line 1, so the report names line 1 although line 3 is kept.
+    EXPECT_EQ(Load("5,\"first\"\n3,\"b\"\n5,\"last\"\n"), (Lines{"2:3,\"b\"", "3:5,\"last\""}));
+    EXPECT_TRUE(Reported("Line 1     - Record number is not unique"));
+    EXPECT_FALSE(Reported("Line 3"));
     EXPECT_EQ(FileErrors::GetDuplicateRecordCount(), 1);
-    EXPECT_EQ(Records(unsorted), (std::vector<std::string>{"2:3,\"b\"", "3:5,\"last\""}));
-}
 
-TEST_F(CsvFileTest, UnnumberedLinesOrTheSettingKeepFileOrder) {
-    const std::string withText = "3,\"c\"\n1,\"a\"\n\"note\",1\n1,\"again\"\n";
-    CsvFileReaderImpl textInMiddle;
-    Open(textInMiddle, withText);
-    EXPECT_EQ(Records(textInMiddle).size(), 4u);
-    EXPECT_EQ(Records(textInMiddle).front(), "1:3,\"c\"");
-    EXPECT_EQ(FileErrors::GetDuplicateRecordCount(), 0);
-
-    CsvFileReaderImpl numberAlone;
-    Open(numberAlone, "3,\"c\"\n9\n1,\"a\"\n");
-    EXPECT_EQ(Records(numberAlone), (std::vector<std::string>{"1:3,\"c\"", "2:9", "3:1,\"a\""}));
-
-    Configure({{"SortInputFileLines", "0"}});
-    CsvFileReaderImpl unsorted;
-    Open(unsorted, "3,\"c\"\n1,\"a\"\n3,\"c2\"\n");
-    EXPECT_EQ(Records(unsorted),
-              (std::vector<std::string>{"1:3,\"c\"", "2:1,\"a\"", "3:3,\"c2\""}));
-    EXPECT_EQ(FileErrors::GetDuplicateRecordCount(), 0);
-}
-
-TEST_F(CsvFileTest, ErrorsAreCountedAndListedByLine) {
-    CsvFileReaderImpl onlyEmpty;
-    std::string output = Open(onlyEmpty, "\n\r\n  \n");
+    EXPECT_TRUE(Load("\n\r\n  \n").empty());
     EXPECT_EQ(FileErrors::GetEmptyRecordCount(), 3);
-    EXPECT_NE(output.find("Line 3     - Record is empty               \n"), std::string::npos);
-    EXPECT_TRUE(Records(onlyEmpty).empty());
+    EXPECT_TRUE(Reported("Line 3     - Record is empty               \n"));
 
-    FileErrors::Reset();
-    CsvFileReaderImpl mixed;
-    output = Open(mixed, "2,\"b\"\n\n1,,\"x\"\n1,\"a\"\n");
+    EXPECT_EQ(Load("2,\"b\"\n\n1,,\"x\"\n1,\"a\"\n").size(), 2u);
+    EXPECT_TRUE(Reported("Line 2     - Record is empty"));
     EXPECT_EQ(FileErrors::GetEmptyRecordCount(), 1);
     EXPECT_EQ(FileErrors::GetBadFormatRecordCount(), 0); // "1," is a key with a bad field
     EXPECT_EQ(FileErrors::GetDuplicateRecordCount(), 1);
-    EXPECT_NE(output.find("Line 2     - Record is empty"), std::string::npos);
-    EXPECT_EQ(Records(mixed).size(), 2u);
 }
 
-TEST_F(CsvFileTest, LongLinesAreReadInPiecesOf1023Characters) {
+TEST_F(CsvFileTest, UnnumberedLinesOrTheSettingKeepFileOrder) {
+    EXPECT_EQ(Load("3,\"c\"\n1,\"a\"\n\"note\",1\n1,\"again\"\n"),
+              (Lines{"1:3,\"c\"", "2:1,\"a\"", "3:\"note\",1", "4:1,\"again\""}));
+    EXPECT_EQ(FileErrors::GetDuplicateRecordCount(), 0);
+    EXPECT_EQ(Load("3,\"c\"\n9\n1,\"a\"\n"), (Lines{"1:3,\"c\"", "2:9", "3:1,\"a\""}));
+
+    Configure({{"SortInputFileLines", "0"}});
+    EXPECT_EQ(Load("3,\"c\"\n1,\"a\"\n3,\"c2\"\n"),
+              (Lines{"1:3,\"c\"", "2:1,\"a\"", "3:3,\"c2\""}));
+    EXPECT_EQ(FileErrors::GetDuplicateRecordCount(), 0);
+
+    Configure({{"Delimiter", ";"}});
+    EXPECT_EQ(Load("2;\"b,c\"\n1;\"a\"\n1,5;\"x\"\n"), (Lines{"2:1;\"a\"", "1:2;\"b,c\""}));
+    EXPECT_EQ(FileErrors::GetBadFormatRecordCount(), 1); // "1,5" is not a number
+}
+
+TEST_F(CsvFileTest, LongAndHostileLinesAreReadWithinBounds) {
+    // A 1498-character line comes in pieces of 1023: the first is keyed 1, the rest counts as
+    // line 2 and is malformed.
     const std::string longLine = "1,\"" + std::string(1494, 'x') + "\"";
-    ASSERT_EQ(longLine.size(), 1498u);
-    CsvFileReaderImpl reader;
-    const std::string output = Open(reader, longLine + "\r\n2,\"b\"\r\n,\r\n");
-    // The first piece is keyed 1; the rest of the line is line 2, and is malformed.
-    EXPECT_NE(output.find("Line 2     - Record has bad format"), std::string::npos);
-    EXPECT_NE(output.find("Line 4     - Record has bad format"), std::string::npos);
-    const std::vector<std::string> records = Records(reader);
-    ASSERT_EQ(records.size(), 2u);
-    EXPECT_EQ(records[0], "1:" + longLine.substr(0, 1023));
-    EXPECT_EQ(records[1], "3:2,\"b\"");
-}
+    EXPECT_EQ(Load(longLine + "\r\n2,\"b\"\r\n,\r\n"),
+              (Lines{"1:" + longLine.substr(0, 1023), "3:2,\"b\""}));
+    EXPECT_TRUE(Reported("Line 2     - Record has bad format"));
+    EXPECT_TRUE(Reported("Line 4     - Record has bad format"));
 
-TEST_F(CsvFileTest, HostileContentIsIndexedWithinBounds) {
     std::string content = "3,\"a\"\n";
     content += std::string("4,\0\"hidden\"\n", 12); // the text ends at the zero byte
     content += std::string(100000, ',') + "\n";     // 98 pieces of delimiters
     content += "5,\"b\"\n";
-    CsvFileReaderImpl reader;
-    Open(reader, content);
-    EXPECT_EQ(FileErrors::GetBadFormatRecordCount(), 98);
-    const std::vector<std::string> records = Records(reader);
     // "4," alone has key 0 after the first line, so the file keeps its order.
-    ASSERT_EQ(records.size(), 3u);
-    EXPECT_EQ(records[1], "2:4,");
-    EXPECT_EQ(records[2], "101:5,\"b\"");
-}
-
-TEST_F(CsvFileTest, DelimiterSettingAppliesToKeys) {
-    Configure({{"Delimiter", ";"}});
-    CsvFileReaderImpl reader;
-    Open(reader, "2;\"b,c\"\n1;\"a\"\n1,5;\"x\"\n");
-    EXPECT_EQ(FileErrors::GetBadFormatRecordCount(), 1); // "1,5" is not a number
-    EXPECT_EQ(Records(reader), (std::vector<std::string>{"2:1;\"a\"", "1:2;\"b,c\""}));
+    EXPECT_EQ(Load(content), (Lines{"1:3,\"a\"", "2:4,", "101:5,\"b\""}));
+    EXPECT_EQ(FileErrors::GetBadFormatRecordCount(), 98);
 }
 
 TEST_F(CsvFileTest, SortRangeOrdersAndChecksPositions) {
@@ -241,7 +189,6 @@ TEST_F(CsvFileTest, SortRangeOrdersAndChecksPositions) {
         seen[static_cast<size_t>(index.GetEntry(i).lineNumber)] = true;
     }
     EXPECT_EQ(std::count(seen.begin(), seen.end(), true), 2000);
-
     try {
         index.SortRange(0, 2000);
         ADD_FAILURE() << "sorted past the end";

@@ -8,13 +8,6 @@
 
 namespace {
 
-class TextDataFormatterTest : public ::testing::Test {
-protected:
-    void SetUp() override { testsupport::LoadConfiguration(dir.File("missing.ini")); }
-
-    testsupport::TempDir dir;
-};
-
 // The line a formatter holds; the buffer has a guard byte beyond its capacity.
 struct Line {
     explicit Line(ushort capacity)
@@ -27,7 +20,9 @@ struct Line {
     TextDataFormatter formatter;
 };
 
-TEST_F(TextDataFormatterTest, FieldsAreWrittenInTheirTextForms) {
+TEST(TextDataFormatterTest, FieldsAreWrittenInTheirTextFormsWhileTheyFit) {
+    testsupport::TempDir dir;
+    testsupport::LoadConfiguration(dir.File("missing.ini"));
     Line line(64);
     const byte data[] = {0x01, 0xAB};
     ASSERT_TRUE(line.formatter.AddString("say \"hi\""));
@@ -37,11 +32,9 @@ TEST_F(TextDataFormatterTest, FieldsAreWrittenInTheirTextForms) {
     ASSERT_TRUE(line.formatter.AddNumber(Decimal(100, 2)));
     ASSERT_TRUE(line.formatter.AddString(""));
     EXPECT_EQ(line.Text(), "\"say \"\"hi\"\"\",-0.5,0x01ab,0x,1.00,\"\"");
-}
 
-TEST_F(TextDataFormatterTest, OneByteOfTheBufferStaysFree) {
-    Line tooSmall(6);
-    EXPECT_FALSE(tooSmall.formatter.AddString("a\"b")); // "a""b" is 6 characters
+    // One byte of the buffer stays free.
+    EXPECT_FALSE(Line(6).formatter.AddString("a\"b")); // "a""b" is 6 characters
     Line fits(7);
     ASSERT_TRUE(fits.formatter.AddString("a\"b"));
     EXPECT_FALSE(fits.formatter.AddDelimiter());
@@ -53,20 +46,16 @@ TEST_F(TextDataFormatterTest, OneByteOfTheBufferStaysFree) {
 
     // The delimiter stays when the field after it does not fit.
     Line partial(8);
-    const byte data[] = {1, 2};
     ASSERT_TRUE(partial.formatter.AddNumber(Decimal(1, 0)));
-    EXPECT_FALSE(partial.formatter.AddBinary(data, 2)); // 1,0x0102 needs 8 + 1 bytes
+    EXPECT_FALSE(partial.formatter.AddBinary(data, 2)); // 1,0x01ab needs 8 + 1 bytes
     EXPECT_EQ(partial.Text(), "1,");
-    Line string(8);
-    EXPECT_FALSE(string.formatter.AddString("abcdef"));
-    EXPECT_EQ(string.formatter.GetLength(), 0);
     Line number(3);
     EXPECT_FALSE(number.formatter.AddNumber(Decimal(-15, 1)));
     EXPECT_TRUE(number.formatter.AddNumber(Decimal(15, 0)));
+    EXPECT_EQ(number.Text(), "15");
 
     // A number whose text needs 32 characters or more is refused whatever the room.
-    Line wide(200);
-    EXPECT_FALSE(wide.formatter.AddNumber(Decimal(1, 40)));
+    EXPECT_FALSE(Line(200).formatter.AddNumber(Decimal(1, 40)));
 }
 
 } // namespace
