@@ -9,7 +9,6 @@
 #include "BmpFile.h"
 #include "Exceptions.h"
 #include "TestSupport.h"
-#include "Tools.h"
 
 namespace {
 
@@ -21,36 +20,21 @@ void PutLittleEndian(std::string& data, size_t offset, uint32_t value, int width
     }
 }
 
-// A bitmap file with the given header fields; pixelData is stored as it is.
-struct BitmapSpec {
-    int32_t width = 8;
-    int32_t height = 1;
-    std::string palette = std::string("\xff\xff\xff\x00\x00\x00\x00\x00", 8);
-    std::string pixelData;
+const std::string whiteFirstPalette("\xff\xff\xff\x00\x00\x00\x00\x00", 8);
 
-    std::string Build() const {
-        std::string data(54, '\0');
-        data[0] = 'B';
-        data[1] = 'M';
-        PutLittleEndian(data, 2, static_cast<uint32_t>(62 + pixelData.size()), 4);
-        PutLittleEndian(data, 10, 62, 4);
-        PutLittleEndian(data, 14, 40, 4);
-        PutLittleEndian(data, 18, static_cast<uint32_t>(width), 4);
-        PutLittleEndian(data, 22, static_cast<uint32_t>(height), 4);
-        PutLittleEndian(data, 26, 1, 2);
-        PutLittleEndian(data, 28, 1, 2);
-        return data + palette + pixelData;
-    }
-};
-
-// The exception an action throws, owned by the caller; null when it throws none.
-template <typename Action> std::unique_ptr<Exception> Thrown(Action action) {
-    try {
-        action();
-    } catch (Exception* e) {
-        return std::unique_ptr<Exception>(e);
-    }
-    return nullptr;
+// A one-bit bitmap file; the pixel data is stored as it is.
+std::string Bitmap(int32_t width, int32_t height, const std::string& pixelData,
+                   const std::string& palette = whiteFirstPalette) {
+    std::string data(54, '\0');
+    PutLittleEndian(data, 0, 'B' + ('M' << 8), 2);
+    PutLittleEndian(data, 2, static_cast<uint32_t>(62 + pixelData.size()), 4);
+    PutLittleEndian(data, 10, 62, 4); // pixel data offset
+    PutLittleEndian(data, 14, 40, 4); // header size
+    PutLittleEndian(data, 18, static_cast<uint32_t>(width), 4);
+    PutLittleEndian(data, 22, static_cast<uint32_t>(height), 4);
+    PutLittleEndian(data, 26, 1, 2); // planes
+    PutLittleEndian(data, 28, 1, 2); // bits a pixel
+    return data + palette + pixelData;
 }
 
 class BmpFileTest : public ::testing::Test {
@@ -78,12 +62,14 @@ protected:
     std::string OpenFailure(const std::string& content) {
         testsupport::WriteFile(dir.File("bad.bmp"), content);
         BmpFileReader reader;
-        const std::unique_ptr<Exception> e = Thrown([&] { reader.Open(dir.File("bad.bmp")); });
-        if (e == nullptr) {
+        try {
+            reader.Open(dir.File("bad.bmp"));
             return "";
+        } catch (Exception* e) {
+            const std::unique_ptr<Exception> owned(e);
+            EXPECT_EQ(e->GetReturnCode(), ReturnCode_FileIoError);
+            return e->GetDisplayMessage();
         }
-        EXPECT_EQ(e->GetReturnCode(), ReturnCode_FileIoError);
-        return e->GetDisplayMessage();
     }
 
     void WriteRows(const std::string& path, const Rows& rows) {
@@ -100,21 +86,12 @@ protected:
 TEST_F(BmpFileTest, WriterStoresRowsBottomUpAndTheyReadBack) {
     const std::string path = dir.File("logo.bmp");
     WriteRows(path, {"\x01\x02\x03", "\x80\x40\x20", std::string("\xff\x00\x0f", 3)});
-    BitmapSpec expected;
-    expected.width = 24;
-    expected.height = 3;
-    expected.pixelData = std::string("\xff\x00\xf0\x00\x01\x02\x04\x00\x80\x40\xc0\x00", 12);
-    std::string content = expected.Build();
+    std::string content =
+        Bitmap(24, 3, std::string("\xff\x00\xf0\x00\x01\x02\x04\x00\x80\x40\xc0\x00", 12));
     PutLittleEndian(content, 34, 12, 4); // biSizeImage
     EXPECT_EQ(testsupport::ReadFile(path), content);
 
-    Rows rows;
-    for (int r = 0; r < 9; ++r) {
-        rows.emplace_back();
-        for (int k = 0; k < 5; ++k) {
-            rows.back() += static_cast<char>(r * 37 + k * 101);
-        }
-    }
+    const Rows rows = {"\x12\x34\x56\x78\x9a", "\xbc\xde\xf0\x01\x23", "\x45\x67\x89\xab\xcd"};
     WriteRows(path, rows);
     EXPECT_EQ(ReadRows(path), rows);
 
@@ -130,11 +107,15 @@ TEST_F(BmpFileTest, WriterRefusesRowsOfAnotherLength) {
         BmpFileWriter writer;
         writer.Open(path);
         writer.Write("\x01", 1);
-        const std::unique_ptr<Exception> e = Thrown([&] { writer.Write("\x01\x02", 2); });
-        ASSERT_NE(e, nullptr);
-        EXPECT_EQ(e->GetReturnCode(), ReturnCode_SystemError);
-        EXPECT_EQ(e->GetDisplayMessage(),
-                  SystemException("Unconsequent line length").GetDisplayMessage());
+        try {
+            writer.Write("\x01\x02", 2);
+            ADD_FAILURE() << "a longer row was accepted";
+        } catch (Exception* e) {
+            const std::unique_ptr<Exception> owned(e);
+            EXPECT_EQ(e->GetReturnCode(), ReturnCode_SystemError);
+            EXPECT_EQ(e->GetDisplayMessage(),
+                      SystemException("Unconsequent line length").GetDisplayMessage());
+        }
     }
     // The row accepted before is still written when the writer goes away.
     EXPECT_EQ(ReadRows(path), Rows{"\x01"});
@@ -144,36 +125,30 @@ TEST_F(BmpFileTest, WriterRefusesRowsOfAnotherLength) {
 
 TEST_F(BmpFileTest, PaletteOrderAndFillBits) {
     // Ten pixels wide: pixels 0 and 9 dark in the top row, pixels 1 and 2 in the bottom row.
-    auto picture = [](const char* palette, const char* pixels) {
-        BitmapSpec spec;
-        spec.width = 10;
-        spec.height = 2;
-        spec.palette = std::string(palette, 8);
-        spec.pixelData = std::string(pixels, 8);
-        return spec.Build();
-    };
-    const char* whitePixels = "\x60\x00\x00\x00\x80\x40\x00\x00";
-    const char* blackPixels = "\x9f\xff\x00\x00\x7f\xbf\x00\x00";
+    const std::string whitePixels("\x60\x00\x00\x00\x80\x40\x00\x00", 8);
+    const std::string blackPixels("\x9f\xff\x00\x00\x7f\xbf\x00\x00", 8);
     const Rows whiteRows = {"\x01\xfe", "\x06\xfc"};
     // With black first the bits are inverted, and the fill bits with them.
     const Rows blackRows = {"\x01\x02", std::string("\x06\x00", 2)};
-    EXPECT_EQ(ReadRowsOf(picture("\xff\xff\xff\x00\x00\x00\x00\x00", whitePixels)), whiteRows);
-    EXPECT_EQ(ReadRowsOf(picture("\x00\x00\x00\x00\xff\xff\xff\x00", blackPixels)), blackRows);
+    const std::string blackFirst("\x00\x00\x00\x00\xff\xff\xff\x00", 8);
+    EXPECT_EQ(ReadRowsOf(Bitmap(10, 2, whitePixels)), whiteRows);
+    EXPECT_EQ(ReadRowsOf(Bitmap(10, 2, blackPixels, blackFirst)), blackRows);
     // Only the third byte of each palette entry is compared.
-    EXPECT_EQ(ReadRowsOf(picture("\xff\xff\x10\x00\x00\x00\x20\x00", blackPixels)), blackRows);
-    EXPECT_EQ(ReadRowsOf(picture("\x00\x00\x20\x00\xff\xff\x10\x00", whitePixels)), whiteRows);
+    const std::string redDarker("\xff\xff\x10\x00\x00\x00\x20\x00", 8);
+    const std::string redLighter("\x00\x00\x20\x00\xff\xff\x10\x00", 8);
+    EXPECT_EQ(ReadRowsOf(Bitmap(10, 2, blackPixels, redDarker)), blackRows);
+    EXPECT_EQ(ReadRowsOf(Bitmap(10, 2, whitePixels, redLighter)), whiteRows);
 }
 
 TEST_F(BmpFileTest, UnsupportedOrDamagedFilesAreRefused) {
-    BitmapSpec valid;
-    valid.pixelData = std::string(4, '\0');
+    const std::string valid = Bitmap(8, 1, std::string(4, '\0'));
     struct Field {
         size_t offset;
         uint32_t value;
         int width;
     };
     auto patched = [&](std::vector<Field> fields) {
-        std::string content = valid.Build();
+        std::string content = valid;
         for (const Field& field : fields) {
             PutLittleEndian(content, field.offset, field.value, field.width);
         }
@@ -196,7 +171,7 @@ TEST_F(BmpFileTest, UnsupportedOrDamagedFilesAreRefused) {
         {patched({{22, 3, 4}}), readError},
         {patched({{18, 0x7fffffff, 4}, {22, 0x7fffffff, 4}}), readError},
         {patched({{10, 0xfffffff0, 4}}), readError},
-        {valid.Build().substr(0, 58), readError},
+        {valid.substr(0, 58), readError},
         // An empty picture has no records, and no pixel data to be missing.
         {patched({{22, 0, 4}}), ""},
         {patched({{22, 0, 4}}).substr(0, 56), ""},
@@ -209,37 +184,33 @@ TEST_F(BmpFileTest, UnsupportedOrDamagedFilesAreRefused) {
             EXPECT_TRUE(ReadRowsOf(cases[i].content).empty()) << "case " << i;
         }
     }
-    EXPECT_EQ(ReadRowsOf(valid.Build()), Rows{std::string(1, '\0')});
+    EXPECT_EQ(ReadRowsOf(valid), Rows{std::string(1, '\0')});
 }
 
 TEST_F(BmpFileTest, ReadsBitmapsMadeByImageMagick) {
-    const std::string convert =
-        Trim(testsupport::RunProcess("/bin/sh", {"-c", "command -v convert"}, 10000).output, "\n");
-    if (convert.empty() ||
-        testsupport::RunProcess(convert, {"-version"}, 10000).output.find("Version: ImageMagick") !=
-            0) {
+    auto convert = [](std::vector<std::string> args) {
+        args.insert(args.begin(), {"-c", "convert \"$@\"", "convert"});
+        return testsupport::RunProcess("/bin/sh", args);
+    };
+    if (convert({"-version"}).output.find("Version: ImageMagick") != 0) {
         GTEST_SKIP() << "ImageMagick's convert is not installed (apt-get install imagemagick)";
     }
     // A 37 x 5 pattern as a plain PBM, where 1 is a black pixel.
-    const int width = 37;
-    const int height = 5;
-    std::string pbm = "P1\n" + std::to_string(width) + " " + std::to_string(height) + "\n";
-    Rows expectedWhiteFirst(height, std::string((width + 7) / 8, '\0'));
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
+    std::string pbm = "P1\n37 5\n";
+    Rows expectedBlackFirst(5, std::string(5, '\0'));
+    for (int y = 0; y < 5; ++y) {
+        for (int x = 0; x < 37; ++x) {
             const bool dark = (x * 3 + y * 5) % 7 < 3;
             pbm += dark ? "1 " : "0 ";
-            if (dark) {
-                expectedWhiteFirst[y][x / 8] =
-                    static_cast<char>(expectedWhiteFirst[y][x / 8] | (1 << (x % 8)));
-            }
+            char& bits = expectedBlackFirst[y][x / 8];
+            bits = static_cast<char>(bits | (dark << (x % 8)));
         }
-        pbm += "\n";
     }
-    // Fill bits arrive as 1 with a white-first palette and as 0 with a black-first one.
-    Rows expectedBlackFirst = expectedWhiteFirst;
+    // Fill bits (pixels 37 to 39) arrive as 0 with a black-first palette and as 1 with a
+    // white-first one.
+    Rows expectedWhiteFirst = expectedBlackFirst;
     for (std::string& row : expectedWhiteFirst) {
-        row.back() = static_cast<char>(row.back() | (0xFF << (width % 8)));
+        row.back() = static_cast<char>(row.back() | 0xE0);
     }
     const std::string source = dir.File("pattern.pbm");
     testsupport::WriteFile(source, pbm);
@@ -248,13 +219,9 @@ TEST_F(BmpFileTest, ReadsBitmapsMadeByImageMagick) {
     // white first.
     const std::string blackFirst = dir.File("black-first.bmp");
     const std::string whiteFirst = dir.File("white-first.bmp");
+    ASSERT_EQ(convert({source, "-monochrome", "BMP3:" + blackFirst}).exitStatus, 0);
     ASSERT_EQ(
-        testsupport::RunProcess(convert, {source, "-monochrome", "BMP3:" + blackFirst}).exitStatus,
-        0);
-    ASSERT_EQ(testsupport::RunProcess(
-                  convert, {source, "-negate", "-monochrome", "-negate", "BMP3:" + whiteFirst})
-                  .exitStatus,
-              0);
+        convert({source, "-negate", "-monochrome", "-negate", "BMP3:" + whiteFirst}).exitStatus, 0);
     ASSERT_EQ(testsupport::ReadFile(blackFirst).substr(54, 3), std::string(3, '\0'));
     ASSERT_EQ(testsupport::ReadFile(whiteFirst).substr(54, 3), "\xff\xff\xff");
     EXPECT_EQ(ReadRows(blackFirst), expectedBlackFirst);

@@ -48,13 +48,6 @@ TEST(BinaryDataFormatterTest, FieldsTakeTheShortestFormThatFits) {
     EXPECT_EQ(Written(4, [&](BinaryDataFormatter& f) { return f.AddBinary(data, 2); }),
               (Bytes{0x0E, 0x02, 0x01, 0xAB}));
     EXPECT_TRUE(Written(3, [&](BinaryDataFormatter& f) { return f.AddBinary(data, 2); }).empty());
-
-    // A field longer than 255 bytes keeps only the low byte of its length.
-    const std::vector<byte> large(300, 7);
-    const Bytes written =
-        Written(400, [&](BinaryDataFormatter& f) { return f.AddBinary(large.data(), 300); });
-    ASSERT_EQ(written.size(), 302u);
-    EXPECT_EQ(written[1], 300 & 0xFF);
 }
 
 } // namespace
