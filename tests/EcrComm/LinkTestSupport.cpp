@@ -1,7 +1,6 @@
 #include "EcrComm/LinkTestSupport.h"
 
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
@@ -11,6 +10,7 @@
 #include "EcrComm/CommChannels/Compatibility/TcFrame_v1.h"
 #include "EcrComm/CommChannels/Compatibility/TcFrame_v2.h"
 #include "EcrComm/CommChannels/TcFrame.h"
+#include "Tools.h"
 
 namespace linktest {
 
@@ -34,9 +34,7 @@ Bytes HexBytes(const std::string& hex) {
 std::string ToHex(const Bytes& bytes) {
     std::string text;
     for (byte value : bytes) {
-        char buf[4];
-        std::snprintf(buf, sizeof(buf), " %02X", value);
-        text += buf;
+        text += Format(" %02X", value);
     }
     return text.empty() ? text : text.substr(1);
 }
@@ -51,13 +49,17 @@ Bytes BuildFrame(int version, const Bytes& payload, byte seqNo) {
     return Bytes(frame, frame + length);
 }
 
-std::unique_ptr<Exception> CatchException(const std::function<void()>& action) {
+std::string ErrorOf(const std::function<void()>& action, std::string* logMessage) {
     try {
         action();
-    } catch (Exception* e) {
-        return std::unique_ptr<Exception>(e);
+    } catch (Exception* thrown) {
+        const std::unique_ptr<Exception> e(thrown);
+        if (logMessage != nullptr) {
+            *logMessage = e->GetLogMessage();
+        }
+        return std::to_string(e->GetReturnCode()) + ": " + e->GetDisplayMessage();
     }
-    return nullptr;
+    return "nothing thrown";
 }
 
 long long MeasureMs(const std::function<void()>& action) {
@@ -66,12 +68,29 @@ long long MeasureMs(const std::function<void()>& action) {
     return NowMs() - start;
 }
 
-PseudoTerminal::PseudoTerminal() : m_master(posix_openpt(O_RDWR | O_NOCTTY)) {
+PseudoTerminal::PseudoTerminal(int timeLimitMs) : m_master(posix_openpt(O_RDWR | O_NOCTTY)) {
     if (Master() < 0 || grantpt(Master()) != 0 || unlockpt(Master()) != 0 ||
         ptsname(Master()) == nullptr) {
         throw std::runtime_error("cannot create a pseudo-terminal");
     }
     m_ttyName = std::string(ptsname(Master())).substr(std::string("/dev/").size());
+    m_watchdog = std::thread([this, timeLimitMs] {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        if (!m_stop.wait_for(lock, std::chrono::milliseconds(timeLimitMs),
+                             [this] { return m_stopped; })) {
+            CloseMaster();
+        }
+    });
+}
+
+PseudoTerminal::~PseudoTerminal() {
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_stopped = true;
+    }
+    m_stop.notify_all();
+    m_watchdog.join();
+    CloseMaster();
 }
 
 void PseudoTerminal::CloseMaster() {
@@ -118,24 +137,6 @@ Bytes PseudoTerminal::ReadThrough(byte endByte, int timeoutMs) {
 
 Bytes PseudoTerminal::ReadUntilQuiet(int quietMs) {
     return Collect(quietMs, true, [](const Bytes&) { return false; });
-}
-
-Watchdog::Watchdog(PseudoTerminal& pty, int timeLimitMs)
-    : m_thread([this, &pty, timeLimitMs] {
-          std::unique_lock<std::mutex> lock(m_mutex);
-          if (!m_stop.wait_for(lock, std::chrono::milliseconds(timeLimitMs),
-                               [this] { return m_stopped; })) {
-              pty.CloseMaster();
-          }
-      }) {}
-
-Watchdog::~Watchdog() {
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_stopped = true;
-    }
-    m_stop.notify_all();
-    m_thread.join();
 }
 
 } // namespace linktest

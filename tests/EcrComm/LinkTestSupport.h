@@ -30,14 +30,18 @@ inline Bytes Concat(Bytes first, const Bytes& second) {
 // The TC frame with payload and sequence number in the given version (1, 2 or 3).
 Bytes BuildFrame(int version, const Bytes& payload, byte seqNo);
 
-// Runs action and returns the exception it throws (owned by the caller), or null.
-std::unique_ptr<Exception> CatchException(const std::function<void()>& action);
+// What action throws as "<return code>: <display message>", or "nothing thrown"; the log
+// message goes to *logMessage when asked for.
+std::string ErrorOf(const std::function<void()>& action, std::string* logMessage = nullptr);
+const char* const internalError = "99: Internal error";
 long long MeasureMs(const std::function<void()>& action);
 
+// Hangs itself up when the test still runs timeLimitMs after it was made, so that no blocked
+// read can hang the test; the test then fails on the outcome it expected.
 class PseudoTerminal {
 public:
-    PseudoTerminal();
-    ~PseudoTerminal() { CloseMaster(); }
+    explicit PseudoTerminal(int timeLimitMs = 20000);
+    ~PseudoTerminal();
     PseudoTerminal(const PseudoTerminal&) = delete;
     PseudoTerminal& operator=(const PseudoTerminal&) = delete;
 
@@ -62,27 +66,17 @@ private:
 
     std::atomic<int> m_master;
     std::string m_ttyName;
-};
-
-// Hangs up the pseudo-terminal when the test still runs timeLimitMs after it was set, so that
-// no blocked read can hang the test; the test then fails on the outcome it expected.
-class Watchdog {
-public:
-    Watchdog(PseudoTerminal& pty, int timeLimitMs);
-    ~Watchdog();
-
-private:
     std::mutex m_mutex;
     std::condition_variable m_stop;
     bool m_stopped = false;
-    std::thread m_thread; // last: it runs on the members above
+    std::thread m_watchdog; // last: it runs on the members above
 };
 
-// Plays a script against the master side on its own thread, under a watchdog.
+// Plays a script against the master side on its own thread.
 class Peer {
 public:
     Peer(PseudoTerminal& pty, const std::function<void(PseudoTerminal&)>& script)
-        : m_watchdog(pty, 10000), m_script([&pty, script] { script(pty); }) {}
+        : m_script([&pty, script] { script(pty); }) {}
     ~Peer() { Join(); }
     void Join() {
         if (m_script.joinable()) {
@@ -91,7 +85,6 @@ public:
     }
 
 private:
-    Watchdog m_watchdog;
     std::thread m_script;
 };
 

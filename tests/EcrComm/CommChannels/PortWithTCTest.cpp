@@ -1,20 +1,13 @@
 #include "EcrComm/CommChannels/PortWithTC.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "AppConfig.h"
 #include "EcrComm/LinkTestSupport.h"
 #include "TestSupport.h"
 
-using linktest::BuildFrame;
-using linktest::Bytes;
-using linktest::CatchException;
-using linktest::Concat;
-using linktest::HexBytes;
-using linktest::MeasureMs;
-using linktest::Peer;
-using linktest::PseudoTerminal;
-using linktest::ToHex;
+using namespace linktest;
 
 namespace {
 
@@ -51,7 +44,6 @@ protected:
 
     testsupport::TempDir m_dir;
     PseudoTerminal m_pty;
-    linktest::Watchdog m_watchdog{m_pty, 20000};
     PortWithTC m_port{CommChannel_SerialPortWithTC};
 };
 
@@ -70,26 +62,20 @@ void ExpectAnswer(PseudoTerminal& pty, byte answer) {
 } // namespace
 
 TEST_F(PortWithTCTest, BlocksGoOutAsExactFramesOfTheConfiguredVersion) {
-    // The first frame after opening carries number 0, the next ones 32, 33, ...
-    const char* const tableFrames[][2] = {
-        {"02 20 01 10 A2 41 62 67 03", "02 21 10 B0 10 A3 32 36 03"},
-        {"02 20 01 10 A2 41 62 64 03", "02 21 10 B0 10 A3 32 34 03"},
-        {"02 01 10 A2 41 42 7A 03", "02 10 B0 10 A3 13 DA 03"},
-    };
-    const int versions[] = {3, 2, 1};
-    for (int i = 0; i < 3; ++i) {
-        SCOPED_TRACE("version " + std::to_string(versions[i]));
-        Open({{"SerialProtocolVersion", std::to_string(versions[i])}});
+    // The first frame after opening carries number 0, the next one 32.
+    const char* const tableFrames[] = {"02 20 01 10 A2 41 62 67 03", "02 20 01 10 A2 41 62 64 03",
+                                       "02 01 10 A2 41 42 7A 03"};
+    for (int version : {3, 2, 1}) {
+        SCOPED_TRACE("version " + std::to_string(version));
+        Open({{"SerialProtocolVersion", std::to_string(version)}});
         Peer peer(m_pty, [&](PseudoTerminal& pty) {
-            ExpectFrame(pty, BuildFrame(versions[i], HexBytes("55"), 0), ACK);
-            ExpectFrame(pty, HexBytes(tableFrames[i][0]), ACK);
-            ExpectFrame(pty, HexBytes(tableFrames[i][1]), ACK);
+            ExpectFrame(pty, BuildFrame(version, HexBytes("55"), 0), ACK);
+            ExpectFrame(pty, HexBytes(tableFrames[3 - version]), ACK);
         });
         EXPECT_TRUE(Write(HexBytes("55")));
         EXPECT_TRUE(Write(HexBytes("01 02 41")));
-        EXPECT_TRUE(Write(HexBytes("10 03")));
         peer.Join();
-        EXPECT_EQ(m_port.GetProtocolVersion(), versions[i]);
+        EXPECT_EQ(m_port.GetProtocolVersion(), version);
         m_port.Close();
     }
 }
@@ -119,11 +105,8 @@ TEST_F(PortWithTCTest, RefusalOfEveryAttemptSwitchesVersionAndStoresTheWorkingOn
     Open({{"SerialProtocolRetryCount", "2"}});
     const Bytes payload = HexBytes("41 42");
     Peer peer(m_pty, [&](PseudoTerminal& pty) {
-        for (int i = 0; i < 2; ++i) {
-            ExpectFrame(pty, BuildFrame(3, payload, 0), NAK);
-        }
-        for (int i = 0; i < 2; ++i) {
-            ExpectFrame(pty, BuildFrame(1, payload, 0), NAK);
+        for (int version : {3, 3, 1, 1}) {
+            ExpectFrame(pty, BuildFrame(version, payload, 0), NAK);
         }
         ExpectFrame(pty, BuildFrame(2, payload, 0), ACK);
         // Both numbers restarted with the switch.
@@ -143,9 +126,9 @@ TEST_F(PortWithTCTest, ThreeRefusedVersionsEndTheWrite) {
     Open({{"SerialProtocolRetryCount", "1"}});
     const Bytes payload = HexBytes("41");
     Peer peer(m_pty, [&](PseudoTerminal& pty) {
-        ExpectFrame(pty, BuildFrame(3, payload, 0), NAK);
-        ExpectFrame(pty, BuildFrame(1, payload, 0), NAK);
-        ExpectFrame(pty, BuildFrame(2, payload, 0), NAK);
+        for (int version : {3, 1, 2}) {
+            ExpectFrame(pty, BuildFrame(version, payload, 0), NAK);
+        }
         EXPECT_EQ(ToHex(pty.ReadUntilQuiet(quietMs)), "");
     });
     EXPECT_FALSE(Write(payload));
@@ -161,64 +144,41 @@ TEST_F(PortWithTCTest, ThreeRefusedVersionsEndTheWrite) {
     EXPECT_EQ(ToHex(m_pty.ReadUntilQuiet(50)), "");
 }
 
-TEST_F(PortWithTCTest, BadFrameIsRefusedAndItsRepetitionTaken) {
+TEST_F(PortWithTCTest, IncomingFramesAreCheckedAnsweredAndHandedOutInPieces) {
     Open();
-    Bytes corrupted = BuildFrame(3, HexBytes("41 42 43"), 32);
+    Bytes corrupted = BuildFrame(3, HexBytes("41 42 43"), 33);
     corrupted[3] ^= 0x01;
     Peer peer(m_pty, [&](PseudoTerminal& pty) {
-        pty.Write(corrupted);
-        ExpectAnswer(pty, NAK);
-        // A frame without payload is refused just the same.
-        pty.Write(BuildFrame(3, Bytes(), 32));
-        ExpectAnswer(pty, NAK);
-        pty.Write(BuildFrame(3, HexBytes("41 42 43"), 32));
+        // An answer frame instead of an ACK delivers the block.
+        ExpectFrame(pty, BuildFrame(3, HexBytes("01"), 0), -1);
+        pty.Write(BuildFrame(3, HexBytes("5A 5B"), 32));
         ExpectAnswer(pty, ACK);
-    });
-    EXPECT_EQ(Read(3), "41 42 43");
-    peer.Join();
-}
-
-TEST_F(PortWithTCTest, RepeatedFrameIsAcknowledgedAndDropped) {
-    Open();
-    Peer peer(m_pty, [&](PseudoTerminal& pty) {
-        pty.Write(BuildFrame(3, HexBytes("A1"), 32));
+        // A bad frame and one without payload are refused; the repetition is taken.
+        for (const Bytes& frame : {corrupted, BuildFrame(3, Bytes(), 33)}) {
+            pty.Write(frame);
+            ExpectAnswer(pty, NAK);
+        }
+        pty.Write(BuildFrame(3, HexBytes("41 42 43"), 33));
         ExpectAnswer(pty, ACK);
-        // Our ACK "got lost": the same frame again, then the next one.
-        pty.Write(BuildFrame(3, HexBytes("A1"), 32));
+        // Our ACK "got lost": the same frame again is acknowledged and dropped.
+        pty.Write(BuildFrame(3, HexBytes("41 42 43"), 33));
         ExpectAnswer(pty, ACK);
-        pty.Write(BuildFrame(3, HexBytes("B2"), 33));
-        ExpectAnswer(pty, ACK);
-    });
-    EXPECT_EQ(Read(1), "A1");
-    EXPECT_EQ(Read(1), "B2");
-    peer.Join();
-}
-
-TEST_F(PortWithTCTest, GarbageAheadOfAFrameIsDropped) {
-    Open();
-    Peer peer(m_pty, [&](PseudoTerminal& pty) {
-        pty.Write(Concat(HexBytes("FF 41 06"), BuildFrame(3, HexBytes("C3"), 32)));
+        // Garbage ahead of a frame is dropped.
+        pty.Write(Concat(HexBytes("FF 41 06"), BuildFrame(3, HexBytes("C3"), 34)));
         ExpectAnswer(pty, ACK);
         // Noise that ends in ETX but holds no STX is dropped whole and not answered.
-        pty.Write(Concat(HexBytes("41 42 03"), BuildFrame(3, HexBytes("D4"), 33)));
-        EXPECT_EQ(ToHex(pty.ReadUntilQuiet(quietMs)), "06");
+        pty.Write(Concat(HexBytes("41 42 03"), BuildFrame(3, HexBytes("01 02 03 04 05 06"), 35)));
+        EXPECT_EQ(ToHex(pty.ReadUntilQuiet(quietMs)), "06"); // no other frame was asked for
+        pty.Write(BuildFrame(3, HexBytes("0A 0B 0C 0D"), 36));
+        ExpectAnswer(pty, ACK);
+        pty.Write(BuildFrame(3, HexBytes("0E 0F"), 37));
+        ExpectAnswer(pty, ACK);
     });
+    EXPECT_TRUE(Write(HexBytes("01")));
+    EXPECT_EQ(Read(1), "5A");
+    EXPECT_EQ(Read(1), "5B");
+    EXPECT_EQ(Read(3), "41 42 43");
     EXPECT_EQ(Read(1), "C3");
-    EXPECT_EQ(Read(1), "D4");
-    peer.Join();
-}
-
-TEST_F(PortWithTCTest, ReadHandsOutOneFramePayloadOverSeveralCalls) {
-    Open();
-    Peer peer(m_pty, [&](PseudoTerminal& pty) {
-        pty.Write(BuildFrame(3, HexBytes("01 02 03 04 05 06"), 32));
-        ExpectAnswer(pty, ACK);
-        EXPECT_EQ(ToHex(pty.ReadUntilQuiet(quietMs)), ""); // no other frame was asked for
-        pty.Write(BuildFrame(3, HexBytes("0A 0B 0C 0D"), 33));
-        ExpectAnswer(pty, ACK);
-        pty.Write(BuildFrame(3, HexBytes("0E 0F"), 34));
-        ExpectAnswer(pty, ACK);
-    });
     EXPECT_EQ(Read(2), "01 02");
     EXPECT_EQ(Read(2), "03 04");
     EXPECT_EQ(Read(2), "05 06");
@@ -228,60 +188,31 @@ TEST_F(PortWithTCTest, ReadHandsOutOneFramePayloadOverSeveralCalls) {
     peer.Join();
 }
 
-TEST_F(PortWithTCTest, AnswerFrameInsteadOfAckDeliversTheBlock) {
-    Open();
-    Peer peer(m_pty, [&](PseudoTerminal& pty) {
-        EXPECT_EQ(ToHex(pty.ReadThrough(ETX, frameWaitMs)),
-                  ToHex(BuildFrame(3, HexBytes("01"), 0)));
-        pty.Write(BuildFrame(3, HexBytes("5A 5B"), 32));
-        ExpectAnswer(pty, ACK);
-        EXPECT_EQ(ToHex(pty.ReadUntilQuiet(quietMs)), "");
-    });
-    EXPECT_TRUE(Write(HexBytes("01")));
-    EXPECT_EQ(Read(1), "5A");
-    EXPECT_EQ(Read(1), "5B");
-    peer.Join();
-}
-
 TEST_F(PortWithTCTest, VanishedDeviceEndsWithAFixedError) {
     Open();
     Peer peer(m_pty, [&](PseudoTerminal& pty) {
         pty.ReadThrough(ETX, frameWaitMs);
         pty.CloseMaster();
     });
-    std::unique_ptr<Exception> e;
-    EXPECT_LT(MeasureMs([&] {
-                  e = CatchException([&] {
-                      for (int i = 0; i < 3; ++i) {
-                          Write(HexBytes("61"));
-                      }
-                  });
-              }),
-              5000);
+    std::string error;
+    const auto writeThrice = [&] {
+        Write(HexBytes("61"));
+        Write(HexBytes("61"));
+        Write(HexBytes("61"));
+    };
+    EXPECT_LT(MeasureMs([&] { error = ErrorOf(writeThrice); }), 5000);
     peer.Join();
-    ASSERT_TRUE(e);
-    EXPECT_EQ(e->GetReturnCode(), ReturnCode_SystemError);
-    const std::string message = e->GetDisplayMessage();
-    EXPECT_TRUE(message == "System error: Serial port write error" ||
-                message == "System error: Serial port read error" ||
-                message == "System error: Cannot read serial port timeouts")
-        << message;
+    EXPECT_THAT(error, ::testing::AnyOf("50: System error: Serial port write error",
+                                        "50: System error: Serial port read error",
+                                        "50: System error: Cannot read serial port timeouts"));
 }
 
 TEST(PortWithTCArgumentsTest, ProgrammingErrorsAreInternalErrors) {
-    std::unique_ptr<Exception> e = CatchException([] { PortWithTC port(CommChannel_SerialPort); });
-    ASSERT_TRUE(e);
-    EXPECT_EQ(e->GetReturnCode(), ReturnCode_InternalError);
-    EXPECT_NE(e->GetLogMessage().find("src/EcrComm/CommChannels/PortWithTC"), std::string::npos);
-
+    std::string log;
+    EXPECT_EQ(ErrorOf([] { PortWithTC port(CommChannel_SerialPort); }, &log), internalError);
+    EXPECT_THAT(log, ::testing::HasSubstr("src/EcrComm/CommChannels/PortWithTC"));
     PortWithTC port(CommChannel_SerialPortWithTC);
     byte data[2] = {1, 2};
-    e = CatchException([&] { port.Read(nullptr, 1); });
-    ASSERT_TRUE(e);
-    EXPECT_EQ(e->GetReturnCode(), ReturnCode_InternalError);
-    e = CatchException([&] { port.Read(data, 0); });
-    ASSERT_TRUE(e);
-    e = CatchException([&] { port.Write(data, 0); });
-    ASSERT_TRUE(e);
-    EXPECT_EQ(e->GetReturnCode(), ReturnCode_InternalError);
+    EXPECT_EQ(ErrorOf([&] { port.Read(nullptr, 1); }), internalError);
+    EXPECT_EQ(ErrorOf([&] { port.Write(data, 0); }), internalError);
 }
