@@ -2,12 +2,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
 #include <termios.h>
 #include <unistd.h>
 
 #include "AppConfig.h"
-
 #include "EcrComm/LinkTestSupport.h"
 #include "TestSupport.h"
 
