@@ -3,27 +3,10 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "EcrComm/EcrComm.h"
 #include "Formatting/BinaryDataFormatter.h"
 
 namespace {
-
-enum Answer : byte {
-    Answer_OK = 0,
-    Answer_UnknownCommand = 1,
-    Answer_Busy = 2,
-    Answer_BadFrame = 3,
-    Answer_BadData = 4,
-    Answer_Wait = 5,
-    Answer_AuthFailed = 8,
-};
-
-enum RequestAction : byte {
-    Request_Read = 1,
-    Request_Write = 2,
-    Request_Clear = 3,
-    Request_Init = 4,
-    Request_Delete = 5,
-};
 
 const byte requestVersion = 2;
 const byte fiscalStatusCommand = 100;
@@ -93,7 +76,7 @@ void SimEcr::HandleAuthorisation(const std::vector<byte>& data) {
     m_authorised = m_options.password.empty() || password == m_options.password;
     Log(std::string("<- authorisation ") + (m_authorised ? "accepted" : "refused"));
     m_outgoing.push_back(
-        ApplicationFrame(m_authId, Code(m_authorised ? Answer_OK : Answer_AuthFailed)));
+        ApplicationFrame(m_authId, Code(m_authorised ? ResponseCode_OK : ResponseCode_AuthFailed)));
 }
 
 void SimEcr::HandleRequest(const std::vector<byte>& data) {
@@ -102,7 +85,7 @@ void SimEcr::HandleRequest(const std::vector<byte>& data) {
     };
     if (data.size() < 2) {
         Log("<- request too short " + HexBytes(data));
-        answer(Answer_UnknownCommand);
+        answer(ResponseCode_UnknownCommand);
         return;
     }
     const int section = data[0];
@@ -111,7 +94,7 @@ void SimEcr::HandleRequest(const std::vector<byte>& data) {
         std::to_string(section));
     if (!m_options.password.empty() && !m_authorised) {
         Log("-> not authorised");
-        answer(Answer_BadFrame);
+        answer(ResponseCode_BadFrame);
         return;
     }
     if (m_options.requestAnswer >= 0) {
@@ -121,30 +104,30 @@ void SimEcr::HandleRequest(const std::vector<byte>& data) {
     m_section = section;
     m_sessionRecords = 0;
     switch (action) {
-    case Request_Read:
-        answer(Answer_OK);
+    case Action_Read:
+        answer(ResponseCode_OK);
         for (const std::vector<byte>& record : m_store.Records(section)) {
             m_outgoing.push_back(ApplicationFrame(m_standardId, record));
         }
         m_outgoing.push_back(ApplicationFrame(m_standardId, {}));
         break;
-    case Request_Write:
-    case Request_Delete:
-        answer(Answer_OK);
-        m_state = action == Request_Write ? State_Writing : State_Deleting;
+    case Action_Write:
+    case Action_Delete:
+        answer(ResponseCode_OK);
+        m_state = action == Action_Write ? State_Writing : State_Deleting;
         break;
-    case Request_Clear:
-    case Request_Init:
-        answer(Answer_OK);
+    case Action_Clear:
+    case Action_Init:
+        answer(ResponseCode_OK);
         m_store.Clear(section);
         m_store.Save(section);
         for (int i = 0; i < m_options.waitFrames; ++i) {
-            answer(Answer_Wait);
+            answer(ResponseCode_Wait);
         }
-        answer(Answer_OK);
+        answer(ResponseCode_OK);
         break;
     default:
-        answer(Answer_UnknownCommand);
+        answer(ResponseCode_UnknownCommand);
         break;
     }
 }
@@ -164,7 +147,7 @@ void SimEcr::HandleRecord(const std::vector<byte>& record) {
         Log("-> data session timed out on purpose");
         m_store.Save(m_section);
         m_state = State_TimedOut;
-        answer(Code(Answer_UnknownCommand));
+        answer(Code(ResponseCode_UnknownCommand));
         return;
     }
     ++m_sessionRecords;
@@ -173,14 +156,14 @@ void SimEcr::HandleRecord(const std::vector<byte>& record) {
     const auto badData = m_options.badDataRecords.find(key);
     if (badData != m_options.badDataRecords.end()) {
         // The ECR names the field by its 0-based index.
-        byte answerData[16] = {Answer_BadData};
+        byte answerData[16] = {ResponseCode_BadData};
         BinaryDataFormatter formatter(answerData + 1, sizeof(answerData) - 1);
         formatter.AddNumber(Decimal(badData->second - 1, 0));
         answer(std::vector<byte>(answerData, answerData + 1 + formatter.GetLength()));
         return;
     }
     if (m_options.busyRecords.count(key) != 0) {
-        answer(Code(Answer_Busy));
+        answer(Code(ResponseCode_Busy));
         return;
     }
     if (m_state == State_Deleting) {
@@ -188,7 +171,7 @@ void SimEcr::HandleRecord(const std::vector<byte>& record) {
     } else {
         m_store.Put(m_section, record);
     }
-    answer(Code(Answer_OK));
+    answer(Code(ResponseCode_OK));
 }
 
 void SimEcr::HandleAfterTimeout(const std::vector<byte>& data) {
@@ -201,7 +184,7 @@ void SimEcr::HandleAfterTimeout(const std::vector<byte>& data) {
         return;
     }
     Log("<- record after the session timed out");
-    m_held.push_back(ApplicationFrame(m_standardId, Code(Answer_UnknownCommand)));
+    m_held.push_back(ApplicationFrame(m_standardId, Code(ResponseCode_UnknownCommand)));
 }
 
 std::vector<byte> SimEcr::StatusRecord(bool eft) const {
@@ -224,17 +207,17 @@ void SimEcr::HandleFiscal(const std::vector<byte>& data) {
         m_outgoing.push_back(ApplicationFrame(m_fiscalId, answerData));
     };
     if (data.empty()) {
-        answer(Code(Answer_UnknownCommand));
+        answer(Code(ResponseCode_UnknownCommand));
         return;
     }
     if (data[0] == fiscalStatusCommand || data[0] == fiscalEftStatusCommand) {
         const bool eft = data[0] == fiscalEftStatusCommand;
         Log(std::string("<- ") + (eft ? "EFT" : "fiscal") + " status request");
         if (!m_options.password.empty() && !m_authorised) {
-            answer(Code(Answer_AuthFailed));
+            answer(Code(ResponseCode_AuthFailed));
             return;
         }
-        std::vector<byte> status = Code(Answer_OK);
+        std::vector<byte> status = Code(ResponseCode_OK);
         const std::vector<byte> record = StatusRecord(eft);
         status.insert(status.end(), record.begin(), record.end());
         answer(status);
@@ -243,13 +226,13 @@ void SimEcr::HandleFiscal(const std::vector<byte>& data) {
     Log("<- fiscal command " + std::to_string(data[0]) + " " +
         HexBytes(std::vector<byte>(data.begin() + 1, data.end())));
     if (!m_options.password.empty() && !m_authorised) {
-        answer(Code(Answer_AuthFailed));
+        answer(Code(ResponseCode_AuthFailed));
         return;
     }
     for (int i = 0; i < m_options.waitFrames; ++i) {
-        answer(Code(Answer_Wait));
+        answer(Code(ResponseCode_Wait));
     }
-    if (m_options.fiscalAnswer == Answer_OK) {
+    if (m_options.fiscalAnswer == ResponseCode_OK) {
         ++m_fiscalCommands;
         m_store.Journal(data);
     }
