@@ -140,14 +140,8 @@ void BM_BareEcho(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations());
 }
 
-void BM_ComPortEcho(benchmark::State& state) {
-    PseudoTerminal pty;
-    Configure(pty.ttyName);
-    ComPort port;
-    port.Open();
-    port.SetReadTimeout(1000);
-    std::thread peer(RunEchoPeer, pty.master);
-
+// One request block out, one answer block back, as often as the benchmark asks.
+void ExchangeBlocks(benchmark::State& state, ICommChannel& port) {
     const std::vector<byte> request(requestSize, 0x41);
     byte answer[answerSize];
     for (auto _ : state) {
@@ -156,9 +150,20 @@ void BM_ComPortEcho(benchmark::State& state) {
             break;
         }
     }
+    state.SetItemsProcessed(state.iterations());
+}
+
+void BM_ComPortEcho(benchmark::State& state) {
+    PseudoTerminal pty;
+    Configure(pty.ttyName);
+    ComPort port;
+    port.Open();
+    port.SetReadTimeout(1000);
+    std::thread peer(RunEchoPeer, pty.master);
+
+    ExchangeBlocks(state, port);
     port.Close();
     peer.join();
-    state.SetItemsProcessed(state.iterations());
 }
 
 void BM_PortWithTC(benchmark::State& state) {
@@ -170,17 +175,9 @@ void BM_PortWithTC(benchmark::State& state) {
     port.SetReadTimeout(1000);
     std::thread peer(RunFramePeer, pty.master, std::vector<byte>(answerSize, 0x5A));
 
-    const std::vector<byte> request(requestSize, 0x41);
-    byte answer[answerSize];
-    for (auto _ : state) {
-        if (!port.Write(request.data(), requestSize) || !port.Read(answer, answerSize)) {
-            state.SkipWithError("exchange failed");
-            break;
-        }
-    }
+    ExchangeBlocks(state, port);
     port.Close();
     peer.join();
-    state.SetItemsProcessed(state.iterations());
 }
 
 void BM_FrameExchange(benchmark::State& state) {
