@@ -39,6 +39,10 @@ ApplicationException::ApplicationException(const std::string& msg, ReturnCode co
 UnknownCommandException::UnknownCommandException(const std::string& msg)
     : Exception(ReturnCode_CommandFailed, "\nUnknown command error: " + msg, msg) {}
 
+InterruptedException::InterruptedException(int signalNumber)
+    : Exception(static_cast<ReturnCode>(128 + signalNumber), "Interrupted",
+                Format("Interrupted (signal %d)", signalNumber)) {}
+
 NetworkCommException::NetworkCommException(const std::string& msg)
     : Exception(ReturnCode_CommunicationError, "\nCommunication error: " + msg,
                 Format("%s (error code : %u)", msg.c_str(), 0u)) {}

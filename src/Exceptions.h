@@ -4,7 +4,8 @@
 #include <string>
 
 // Exit status of a run. The values are what calling scripts test, so they never change.
-enum ReturnCode {
+// The underlying type is fixed so that an interrupted run's 128 + signal number is a value too.
+enum ReturnCode : int {
     ReturnCode_OK = 0,
     ReturnCode_CmdLineError = 1,
     ReturnCode_InputFileSyntaxError = 2,
@@ -85,6 +86,13 @@ public:
 class UnknownCommandException : public Exception {
 public:
     explicit UnknownCommandException(const std::string& msg);
+};
+
+// The run was stopped by a signal; the exit status is 128 + the signal's number, as a shell
+// reports for a process killed by that signal.
+class InterruptedException : public Exception {
+public:
+    explicit InterruptedException(int signalNumber);
 };
 
 // The network channel's failures; kept so that the hierarchy is complete.
