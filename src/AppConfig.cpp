@@ -1,9 +1,12 @@
 #include "AppConfig.h"
 
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <set>
 
+#include "Console.h"
 #include "IniFile.h"
 #include "Path.h"
 #include "Tools.h"
@@ -38,12 +41,35 @@ std::string AppConfig::GetParameter(const std::string& name, const std::string& 
     return value.empty() ? defValue : value;
 }
 
+namespace {
+
+// Tells once per setting and text when a number setting holds something that is not a whole
+// number; its value is still what strtol makes of it (0 for text without digits).
+void WarnIfNotWholeNumber(const std::string& name, const std::string& value, long number) {
+    static std::set<std::string> warned;
+    const char* end = value.c_str();
+    std::strtol(value.c_str(), const_cast<char**>(&end), 10);
+    const bool hasDigits = end != value.c_str();
+    while (*end != '\0' && std::isspace(static_cast<unsigned char>(*end))) {
+        ++end;
+    }
+    if ((hasDigits && *end == '\0') || !warned.insert(name + "=" + value).second) {
+        return;
+    }
+    ReportCause(name + "=" + value, "not a whole number",
+                Format("using %d", static_cast<int>(number)));
+}
+
+} // namespace
+
 int AppConfig::GetParameter(const std::string& name, int defValue) {
     const std::string value = GetParameter(name, std::string());
     if (value.empty()) {
         return defValue;
     }
-    return static_cast<int>(std::strtol(value.c_str(), nullptr, 10));
+    const long number = std::strtol(value.c_str(), nullptr, 10);
+    WarnIfNotWholeNumber(name, value, number);
+    return static_cast<int>(number);
 }
 
 bool AppConfig::HasParameter(const std::string& name) {

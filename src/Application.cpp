@@ -8,6 +8,7 @@
 #include "EcrComm/EcrComm.h"
 #include "EcrComm/IoStatistics.h"
 #include "FileErrors.h"
+#include "Interruption.h"
 #include "Ipc.h"
 #include "Logging.h"
 #include "Tools.h"
@@ -49,6 +50,7 @@ ReturnCode ExecuteCommand(BaseCommandParameters params) {
     for (;;) {
         ReturnCode result;
         try {
+            StopIfInterrupted();
             result = RunCommandOnce(params, protocol);
         } catch (Exception* e) {
             DisconnectFromEcr(e);
@@ -80,6 +82,7 @@ int RunApplication(int argc, const char* const* argv) {
                       programVersion, programBuildSuffix, "executable",
                       GetCommandLine(argc, argv).c_str()),
                true);
+        InstallInterruptHandlers();
         CheckOtherTAVOInstances();
         status = params.command == Command_RunServer ? RunServer() : ExecuteCommand(params);
     } catch (Exception* e) {

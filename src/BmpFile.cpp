@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <stdexcept>
 
+#include "Console.h"
 #include "Exceptions.h"
 #include "RawFile.h"
 
@@ -93,11 +96,17 @@ private:
     FILE* m_file;
 };
 
-int64_t FileSize(FILE* file) {
-    if (std::fseek(file, 0, SEEK_END) != 0) {
-        return -1;
+// Raises SystemException "Not enough memory" (exit status 50) when count bytes cannot be had.
+std::unique_ptr<unsigned char[]> AllocateUninitialised(int64_t count) {
+    if (static_cast<uint64_t>(count) > PTRDIFF_MAX) {
+        throw new SystemException("Not enough memory");
     }
-    return std::ftell(file);
+    std::unique_ptr<unsigned char[]> bytes(
+        new (std::nothrow) unsigned char[static_cast<size_t>(count)]);
+    if (bytes == nullptr) {
+        throw new SystemException("Not enough memory");
+    }
+    return bytes;
 }
 
 std::vector<unsigned char> AllocateBytes(int64_t count) {
@@ -120,7 +129,7 @@ unsigned char SwapByte(unsigned char b) {
 }
 
 void BmpFileReader::Open(const std::string& filename) {
-    FILE* file = OpenDataFile(filename, "rb");
+    FILE* file = OpenInputFile(filename);
     FileCloser closer(file);
 
     unsigned char headers[fileHeaderSize + infoHeaderSize];
@@ -147,19 +156,17 @@ void BmpFileReader::Open(const std::string& filename) {
     const int64_t rowSize = (static_cast<int64_t>(width) + 7) / 8;
     const int64_t stride = (rowSize + 3) / 4 * 4;
     const int64_t pixelDataSize = stride * height;
-    std::vector<unsigned char> pixelData;
+    std::unique_ptr<unsigned char[]> pixelData;
     // A picture without pixel data reads nothing, wherever its data offset points.
     if (pixelDataSize > 0) {
-        const std::string readError = "File '" + filename + "' read error";
-        // A header that promises more pixel data than the file holds is a short read; finding
-        // that out first spares allocating for data that is not there.
-        if (fileHeader.bfOffBits + pixelDataSize > FileSize(file)) {
-            throw new FileIoException(readError);
-        }
-        pixelData = AllocateBytes(pixelDataSize);
+        // Allocated before reading, and left uninitialised: a header that promises more than
+        // the file holds costs no memory that is touched, and fails as a short read.
+        pixelData = AllocateUninitialised(pixelDataSize);
         if (std::fseek(file, static_cast<long>(fileHeader.bfOffBits), SEEK_SET) != 0 ||
-            std::fread(pixelData.data(), 1, pixelData.size(), file) != pixelData.size()) {
-            throw new FileIoException(readError);
+            std::fread(pixelData.get(), 1, static_cast<size_t>(pixelDataSize), file) !=
+                static_cast<size_t>(pixelDataSize)) {
+            ReportCause(filename, "the file is shorter than its bitmap header says");
+            throw new FileIoException("File '" + filename + "' read error");
         }
     }
 
@@ -175,7 +182,7 @@ void BmpFileReader::Open(const std::string& filename) {
     // A picture without columns has nothing to convert, however many rows it claims.
     const int64_t rowsToConvert = rowSize > 0 ? height : 0;
     for (int64_t row = 0; row < rowsToConvert; ++row) {
-        const unsigned char* fileRow = pixelData.data() + (height - 1 - row) * stride;
+        const unsigned char* fileRow = pixelData.get() + (height - 1 - row) * stride;
         unsigned char* recordRow = bitmapBytes.data() + row * rowSize;
         for (int64_t k = 0; k < rowSize; ++k) {
             unsigned char value = fileRow[k];
@@ -211,15 +218,17 @@ void BmpFileReader::Close() {
 }
 
 BmpFileWriter::~BmpFileWriter() {
-    Close();
+    // The rows accepted so far are kept even when the transfer failed; errors can no longer
+    // be reported here.
+    try {
+        Close();
+    } catch (Exception* e) {
+        delete e;
+    }
 }
 
 void BmpFileWriter::Open(const std::string& filename) {
-    if (ioFile != nullptr) {
-        std::fclose(ioFile);
-        ioFile = nullptr;
-    }
-    ioFile = OpenDataFile(filename, "wb");
+    ioFile.Open(filename);
     bitmapFileHeader = BITMAPFILEHEADER{};
     bitmapInfoHeader = BITMAPINFOHEADER{};
     bitmapBody.clear();
@@ -236,7 +245,7 @@ void BmpFileWriter::Write(const char* data, int length) {
         THROW_INTERNAL_ERROR();
     }
     if (bitmapBody.empty()) {
-        bitmapInfoHeader.biWidth = width;
+        bitmapInfoHeader.biWidth = static_cast<int32_t>(width);
     } else if (width != bitmapInfoHeader.biWidth) {
         throw new SystemException("Unconsequent line length");
     }
@@ -244,28 +253,31 @@ void BmpFileWriter::Write(const char* data, int length) {
 }
 
 void BmpFileWriter::Close() {
-    if (ioFile == nullptr) {
+    if (!ioFile.IsOpen()) {
         return;
     }
     if (bitmapInfoHeader.biWidth != 0) {
-        const uint32_t stride = (static_cast<uint32_t>(bitmapInfoHeader.biWidth) + 31) / 32 * 4;
-        bitmapInfoHeader.biHeight = static_cast<int32_t>(bitmapBody.size());
-        bitmapInfoHeader.biSizeImage = static_cast<uint32_t>(bitmapBody.size()) * stride;
-        bitmapFileHeader.bfOffBits = pixelDataOffset;
-        bitmapFileHeader.bfSize = bitmapInfoHeader.biSizeImage + pixelDataOffset;
-
-        unsigned char headers[fileHeaderSize + infoHeaderSize];
-        EncodeHeaders(bitmapFileHeader, bitmapInfoHeader, headers);
-        std::fwrite(headers, 1, sizeof(headers), ioFile);
-        std::fwrite(writtenPalette, 1, sizeof(writtenPalette), ioFile);
-
-        std::vector<unsigned char> fileRow(stride);
-        for (auto row = bitmapBody.rbegin(); row != bitmapBody.rend(); ++row) {
-            std::fill(fileRow.begin(), fileRow.end(), 0);
-            std::transform(row->begin(), row->end(), fileRow.begin(), SwapByte);
-            std::fwrite(fileRow.data(), 1, fileRow.size(), ioFile);
-        }
+        WritePicture();
     }
-    std::fclose(ioFile);
-    ioFile = nullptr;
+    ioFile.Close();
+}
+
+void BmpFileWriter::WritePicture() {
+    const uint32_t stride = (static_cast<uint32_t>(bitmapInfoHeader.biWidth) + 31) / 32 * 4;
+    bitmapInfoHeader.biHeight = static_cast<int32_t>(bitmapBody.size());
+    bitmapInfoHeader.biSizeImage = static_cast<uint32_t>(bitmapBody.size()) * stride;
+    bitmapFileHeader.bfOffBits = pixelDataOffset;
+    bitmapFileHeader.bfSize = bitmapInfoHeader.biSizeImage + pixelDataOffset;
+
+    unsigned char headers[fileHeaderSize + infoHeaderSize];
+    EncodeHeaders(bitmapFileHeader, bitmapInfoHeader, headers);
+    ioFile.Write(headers, sizeof(headers));
+    ioFile.Write(writtenPalette, sizeof(writtenPalette));
+
+    std::vector<unsigned char> fileRow(stride);
+    for (auto row = bitmapBody.rbegin(); row != bitmapBody.rend(); ++row) {
+        std::fill(fileRow.begin(), fileRow.end(), 0);
+        std::transform(row->begin(), row->end(), fileRow.begin(), SwapByte);
+        ioFile.Write(fileRow.data(), fileRow.size());
+    }
 }

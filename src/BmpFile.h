@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "FileIo.h"
+#include "RawFile.h"
 
 struct BITMAPFILEHEADER {
     uint16_t bfType;
@@ -59,7 +60,7 @@ public:
     BmpFileWriter() = default;
     BmpFileWriter(const BmpFileWriter&) = delete;
     BmpFileWriter& operator=(const BmpFileWriter&) = delete;
-    // Completes the file like Close.
+    // Completes the file like Close, without reporting errors.
     ~BmpFileWriter() override;
 
     FileType GetType() override { return FileType_BMP; }
@@ -67,12 +68,15 @@ public:
     // Stores one row; every row must have the first row's length, otherwise SystemException
     // "Unconsequent line length".
     void Write(const char* data, int length) override;
-    // Writes the headers, the palette (white, black) and the rows bottom-up, then closes the
-    // file. Without rows the file stays empty.
+    // Writes the headers, the palette (white, black) and the rows bottom-up, then flushes the
+    // file to the disk and closes it. Without rows the file stays empty. Raises FileIoException
+    // "File '<name>' write error" (exit status 13) when any of that fails.
     void Close() override;
 
 private:
-    FILE* ioFile = nullptr;
+    void WritePicture();
+
+    CheckedOutputFile ioFile;
     BITMAPFILEHEADER bitmapFileHeader{};
     BITMAPINFOHEADER bitmapInfoHeader{};
     std::vector<std::vector<unsigned char>> bitmapBody;

@@ -6,13 +6,16 @@
 #include <vector>
 
 #include "AppConfig.h"
+#include "Console.h"
 #include "DataConverter.h"
 #include "EcrComm/EcrComm.h"
 #include "Exceptions.h"
 #include "FileErrors.h"
 #include "FileIo.h"
 #include "Formatting/TextDataParser.h"
+#include "Interruption.h"
 #include "Logging.h"
+#include "RawFile.h"
 #include "Tools.h"
 
 namespace {
@@ -26,8 +29,7 @@ byte commIoBuffer[transferBufferSize];
 
 // Progress goes to the terminal at once; lines ending in "\r" are overwritten by the next.
 void Progress(const std::string& text) {
-    std::fputs(text.c_str(), stdout);
-    std::fflush(stdout);
+    ShowProgress(text);
 }
 
 void Blank(int width) {
@@ -46,10 +48,12 @@ void OperationRequest(int dataType, Action action) {
     Blank(28);
 }
 
-// Waits for the ECR to finish a clear or an initialisation.
+// Waits for the ECR to finish a clear or an initialisation. An interruption stops the waiting;
+// the ECR finishes on its own.
 void WaitUntilCleared(const char* message, int blankWidth) {
     Progress(message);
     while (!ReadClearStatus()) {
+        StopIfInterrupted();
     }
     Blank(blankWidth);
 }
@@ -68,10 +72,11 @@ int LineOf(FileReader* reader, int recordNumber) {
 }
 
 // Sends the file's records from recordNumber on in packets of recordsInPacket: the records of
-// a packet go out back to back, then the ECR's verdicts are collected in sending order.
+// a packet go out back to back, then the ECR's verdicts are collected in sending order. An
+// interruption stops it between two packets, where the ECR has answered every record sent.
 void SendPackets(FileReader* reader, int recordsInPacket, int& recordNumber, unsigned& recordsSent,
                  const char* statusMessage) {
-    for (;;) {
+    while (PendingInterrupt() == 0) {
         const long long packetEnd = static_cast<long long>(recordNumber) + recordsInPacket;
         if (packetEnd <= recordNumber) {
             return;
@@ -142,10 +147,11 @@ void ValidateFiscalCommands(CsvFileReader* reader) {
     }
 }
 
-// Returns the number of commands the ECR has executed.
+// Returns the number of commands the ECR has executed; an interruption stops it between two
+// commands.
 unsigned RunFiscalCommands(CsvFileReader* reader) {
     unsigned commandsSent = 0;
-    for (;;) {
+    while (PendingInterrupt() == 0) {
         Progress(Format("Commands sent: %u\r", commandsSent));
         const int length =
             reader->Read(static_cast<int>(commandsSent), FileBuffer(), transferBufferSize);
@@ -164,6 +170,10 @@ unsigned RunFiscalCommands(CsvFileReader* reader) {
 }
 
 void ExecuteFiscalFile(const std::string& filename) {
+    // A directory is refused before the ECR hears of the run.
+    if (Directory::Exists(filename)) {
+        CheckInputFile(filename);
+    }
     AuthorizeSession();
     DataConverter::Initialize(FileType_CSV);
     std::unique_ptr<FileReader> reader(CreateFileReader(FileType_CSV));
@@ -177,7 +187,29 @@ void ExecuteFiscalFile(const std::string& filename) {
     const unsigned commandsSent = RunFiscalCommands(commands);
     reader.reset();
     Progress(Format("Commands sent: %u\n", commandsSent));
+    StopIfInterrupted();
 }
+
+// Counts the sessions that the ECR ends on its side; a register that ends one session after
+// another without accepting a record in between would be renegotiated with for ever.
+class SessionEndCounter {
+public:
+    // Raises CommunicationException when the ECR has ended maxFruitlessSessions sessions in a
+    // row without accepting a record.
+    void Count(unsigned recordsSent) {
+        m_fruitless = recordsSent > m_recordsSentAtLastEnd ? 1 : m_fruitless + 1;
+        m_recordsSentAtLastEnd = recordsSent;
+        if (m_fruitless >= maxFruitlessSessions) {
+            throw new CommunicationException(
+                "ECR times out every session before accepting a record");
+        }
+    }
+
+private:
+    static const int maxFruitlessSessions = 3;
+    int m_fruitless = 0;
+    unsigned m_recordsSentAtLastEnd = 0;
+};
 
 int ReturnCodeFromFileErrors() {
     if (FileErrors::GetDuplicateRecordCount() >= 1 &&
@@ -215,6 +247,8 @@ int Execute_Standard(Command command, int dataType, const std::string& filename)
         }
         break;
     case Command_ClearAndSend:
+        // The section is only cleared when there is a file to fill it again.
+        CheckInputFile(filename);
         Clear(dataType);
         Send(dataType, filename, UpdateType_Add);
         break;
@@ -235,7 +269,7 @@ int Read(int dataType, const std::string& filename) {
     writer->Open(filename);
     OperationRequest(dataType, Action_Read);
     unsigned recordsRead = 0;
-    for (;;) {
+    while (PendingInterrupt() == 0) {
         const ushort length = ReadData(commIoBuffer, transferBufferSize);
         if (length == 0) {
             break;
@@ -251,8 +285,12 @@ int Read(int dataType, const std::string& filename) {
         }
         writer->Write(FileBuffer(), pcLength);
     }
-    writer.reset(); // completes and closes the file
+    // Completes the file and makes sure it is on the disk: a ReadAndClear clears the section
+    // only after this.
+    writer->Close();
+    writer.reset();
     Progress(Format("Records read: %u\n", recordsRead));
+    StopIfInterrupted();
     return static_cast<int>(recordsRead);
 }
 
@@ -268,6 +306,7 @@ void Send(int dataType, const std::string& filename, UpdateType updateType) {
     const Action action = updateType == UpdateType_Delete ? Action_Delete : Action_Write;
     unsigned recordsSent = 0;
     int recordNumber = 0;
+    SessionEndCounter sessionEnds;
     for (;;) {
         try {
             OperationRequest(dataType, action);
@@ -279,6 +318,7 @@ void Send(int dataType, const std::string& filename, UpdateType updateType) {
             if (recordsInPacket != 1) {
                 throw new CommunicationException("Unexpected data received, retry not possible");
             }
+            sessionEnds.Count(recordsSent);
             LogMsg(LogType_Both, "Communication timeout on ECR side, renegotiating...", true);
             // Resumes at the count of accepted records: records skipped or rejected earlier
             // put that point before the interrupted record, so some are sent again.
@@ -289,6 +329,7 @@ void Send(int dataType, const std::string& filename, UpdateType updateType) {
     reader.reset();
     FileErrors::Log();
     Progress(Format("%s: %u\n", statusMessage, recordsSent));
+    StopIfInterrupted();
 }
 
 void Clear(int dataType) {
@@ -333,6 +374,7 @@ void ReadStatus(const std::string& filename, StatusType statusType) {
         throw new CommunicationException("Bad status data received");
     }
     writer->Write(FileBuffer(), pcLength);
+    writer->Close();
     writer.reset();
     Blank(24);
 }

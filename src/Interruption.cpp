@@ -24,8 +24,9 @@ void InstallInterruptHandlers() {
     struct sigaction action = {};
     action.sa_handler = OnStopSignal;
     sigemptyset(&action.sa_mask);
-    // No SA_RESTART: a wait on the line returns early, and the caller looks at the request.
-    action.sa_flags = 0;
+    // Calls that the signal interrupts go on: every wait on the line is bounded anyway, and a
+    // file write that failed with EINTR would pass for a write error.
+    action.sa_flags = SA_RESTART;
     for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) {
         sigaction(signalNumber, &action, nullptr);
     }

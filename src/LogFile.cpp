@@ -1,10 +1,24 @@
 #include "LogFile.h"
 
+#include <cerrno>
 #include <unistd.h>
 
+#include "Console.h"
 #include "Exceptions.h"
 #include "Path.h"
 #include "Tools.h"
+
+namespace {
+
+// A shop's account that may not write the log directory is the usual cause after installing.
+std::string LogAccessHint(int errnoValue) {
+    if (errnoValue != EACCES && errnoValue != EPERM) {
+        return std::string();
+    }
+    return "add the user to group dialout, or set LogFilePath";
+}
+
+} // namespace
 
 LogFile::LogFile() : m_file(nullptr), m_originalFileSize(0) {}
 
@@ -18,10 +32,12 @@ void LogFile::Open(const std::string& path) {
     }
     const std::string directory = Path::GetDirectoryName(path);
     if (!directory.empty() && !Directory::Exists(directory) && !Directory::Create(directory)) {
+        ReportSystemCause(directory, errno);
         throw new SystemException("Log file directory create failed");
     }
     FILE* file = std::fopen(path.c_str(), "a");
     if (file == nullptr) {
+        ReportSystemCause(path, errno, LogAccessHint(errno));
         throw new FileIoException("Can't open file '" + path + "'");
     }
     m_file = file;

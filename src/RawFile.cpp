@@ -1,13 +1,96 @@
 #include "RawFile.h"
 
+#include <cerrno>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "Console.h"
 #include "Exceptions.h"
 
-FILE* OpenDataFile(const std::string& filename, const char* mode) {
-    FILE* file = std::fopen(filename.c_str(), mode);
-    if (file == nullptr) {
-        throw new FileIoException("Unable to open file '" + filename + "'");
+namespace {
+
+[[noreturn]] void FailToOpen(const std::string& filename, int errnoValue) {
+    ReportSystemCause(filename, errnoValue);
+    throw new FileIoException("Unable to open file '" + filename + "'");
+}
+
+// fopen opens a directory for reading; its reads fail later. A directory is no input.
+void RefuseDirectory(FILE* file, const std::string& filename) {
+    struct stat status;
+    if (fstat(fileno(file), &status) == 0 && S_ISDIR(status.st_mode)) {
+        std::fclose(file);
+        FailToOpen(filename, EISDIR);
     }
+}
+
+// fsync is refused by files that have no disk behind them (pipes, terminals, /dev/null):
+// for them there is nothing to wait for.
+bool SyncFailed(FILE* file) {
+    return fsync(fileno(file)) != 0 && errno != EINVAL && errno != ENOTSUP && errno != EROFS;
+}
+
+} // namespace
+
+FILE* OpenInputFile(const std::string& filename) {
+    FILE* file = std::fopen(filename.c_str(), "rb");
+    if (file == nullptr) {
+        FailToOpen(filename, errno);
+    }
+    RefuseDirectory(file, filename);
     return file;
+}
+
+void CheckInputFile(const std::string& filename) {
+    std::fclose(OpenInputFile(filename));
+}
+
+CheckedOutputFile::~CheckedOutputFile() {
+    CloseQuietly();
+}
+
+void CheckedOutputFile::Open(const std::string& filename) {
+    CloseQuietly();
+    m_file = std::fopen(filename.c_str(), "wb");
+    if (m_file == nullptr) {
+        FailToOpen(filename, errno);
+    }
+    m_name = filename;
+}
+
+void CheckedOutputFile::Write(const void* data, size_t size) {
+    if (m_file == nullptr) {
+        THROW_INTERNAL_ERROR();
+    }
+    if (size > 0 && std::fwrite(data, 1, size, m_file) != size) {
+        Fail(errno);
+    }
+}
+
+void CheckedOutputFile::Close() {
+    if (m_file == nullptr) {
+        return;
+    }
+    FILE* file = m_file;
+    m_file = nullptr;
+    const bool written = std::fflush(file) == 0 && !std::ferror(file) && !SyncFailed(file);
+    const int writeErrno = errno;
+    const bool closed = std::fclose(file) == 0;
+    if (!written || !closed) {
+        Fail(written ? errno : writeErrno);
+    }
+}
+
+void CheckedOutputFile::CloseQuietly() {
+    if (m_file != nullptr) {
+        std::fclose(m_file);
+        m_file = nullptr;
+    }
+}
+
+void CheckedOutputFile::Fail(int errnoValue) {
+    CloseQuietly();
+    ReportSystemCause(m_name, errnoValue);
+    throw new FileIoException("File '" + m_name + "' write error");
 }
 
 RawFileReader::~RawFileReader() {
@@ -16,7 +99,7 @@ RawFileReader::~RawFileReader() {
 
 void RawFileReader::Open(const std::string& filename) {
     Close();
-    ioFile = OpenDataFile(filename, "rb");
+    ioFile = OpenInputFile(filename);
 }
 
 int RawFileReader::Read(int recordNumber, char* buffer, int) {
@@ -37,27 +120,14 @@ void RawFileReader::Close() {
     }
 }
 
-RawFileWriter::~RawFileWriter() {
-    Close();
-}
-
 void RawFileWriter::Open(const std::string& filename) {
-    Close();
-    ioFile = OpenDataFile(filename, "wb");
+    ioFile.Open(filename);
 }
 
 void RawFileWriter::Write(const char* data, int length) {
-    if (ioFile == nullptr) {
-        THROW_INTERNAL_ERROR();
-    }
-    if (length > 0) {
-        std::fwrite(data, 1, static_cast<size_t>(length), ioFile);
-    }
+    ioFile.Write(data, length > 0 ? static_cast<size_t>(length) : 0);
 }
 
 void RawFileWriter::Close() {
-    if (ioFile != nullptr) {
-        std::fclose(ioFile);
-        ioFile = nullptr;
-    }
+    ioFile.Close();
 }

@@ -3,8 +3,39 @@
 #pragma once
 
 #include <cstdio>
+#include <string>
 
 #include "FileIo.h"
+
+// An output file whose every write is checked, the final flush to the disk and the close
+// included, so that a full disk or a vanished device never passes for a complete file.
+class CheckedOutputFile {
+public:
+    CheckedOutputFile() = default;
+    CheckedOutputFile(const CheckedOutputFile&) = delete;
+    CheckedOutputFile& operator=(const CheckedOutputFile&) = delete;
+    // Closes quietly, as CloseQuietly does.
+    ~CheckedOutputFile();
+
+    // Creates or truncates the file for binary writing, closing any file held before. Raises
+    // FileIoException "Unable to open file '<filename>'" (exit status 13).
+    void Open(const std::string& filename);
+    bool IsOpen() const { return m_file != nullptr; }
+    // Appends size bytes. Raises FileIoException "File '<name>' write error" (exit status 13).
+    void Write(const void* data, size_t size);
+    // Flushes the buffered bytes, makes the device hold them (fsync, where the file supports
+    // it) and closes the file. Raises FileIoException "File '<name>' write error"; the file is
+    // closed either way. Does nothing when no file is open.
+    void Close();
+    // Closes without reporting errors: the way out of a transfer that already failed.
+    void CloseQuietly();
+
+private:
+    [[noreturn]] void Fail(int errnoValue);
+
+    FILE* m_file = nullptr;
+    std::string m_name;
+};
 
 class RawFileReader : public FileReader {
 public:
@@ -28,19 +59,29 @@ public:
     RawFileWriter() = default;
     RawFileWriter(const RawFileWriter&) = delete;
     RawFileWriter& operator=(const RawFileWriter&) = delete;
-    ~RawFileWriter() override;
+    ~RawFileWriter() override = default;
 
     FileType GetType() override { return FileType_RAW; }
     void Open(const std::string& filename) override;
-    // Write errors are not reported: a transfer never stops for them.
+    // Raises FileIoException "File '<name>' write error" (exit status 13) when the bytes
+    // cannot be written.
     void Write(const char* data, int length) override;
+    // Flushes the file to the disk and closes it; raises FileIoException "File '<name>' write
+    // error" when any of that fails. The destructor closes without reporting.
     void Close() override;
 
 protected:
-    FILE* ioFile = nullptr;
+    CheckedOutputFile ioFile;
 };
 
-// Raises FileIoException "Unable to open file '<filename>'" when fopen fails.
-FILE* OpenDataFile(const std::string& filename, const char* mode);
+// Opens an input file for binary reading. Raises FileIoException "Unable to open file
+// '<filename>'" (exit status 13) when fopen fails or the name is a directory, after writing the
+// cause to standard error.
+FILE* OpenInputFile(const std::string& filename);
+
+// Raises what OpenInputFile raises for a file that could not be read as input: a missing or
+// unreadable file, or a directory. Anything else (a regular file, a character device such as
+// /dev/stdin) passes. Used to refuse an input before anything irreversible happens.
+void CheckInputFile(const std::string& filename);
 
 const int rawRecordSize = 64;

@@ -3,11 +3,13 @@
 #include <climits>
 #include <cstring>
 
+#include "Console.h"
 #include "Decimal.h"
 #include "Exceptions.h"
 #include "Formatting/TextDataParser.h"
 #include "Logging.h"
 #include "OLVE_Compatibility.h"
+#include "RawFile.h"
 
 namespace {
 
@@ -67,6 +69,15 @@ size_t TrimmedLength(const char* line) {
     return length;
 }
 
+// Where the stream stands after fgets read the line at lineOffset into buffer, or -1 when that
+// cannot be told: a NUL byte in the line hides how many bytes fgets took.
+int64_t NextLineOffset(int64_t lineOffset, const char* buffer, int bufferSize) {
+    const size_t taken = std::strlen(buffer);
+    const bool wholeLine = taken > 0 && buffer[taken - 1] == '\n';
+    const bool fullBuffer = taken == static_cast<size_t>(bufferSize - 1);
+    return wholeLine || fullBuffer ? lineOffset + static_cast<int64_t>(taken) : -1;
+}
+
 enum LineKind { LineKind_Record, LineKind_Bad };
 
 // The key of a non-empty line: the number in its first field when more fields follow, 0 for
@@ -123,12 +134,8 @@ TextFileLineIndex::~TextFileLineIndex() {
 int TextFileLineIndex::Build(const std::string& filename, LineCallback onEmptyLine,
                              LineCallback onBadLine) {
     Close();
-    ioFile = std::fopen(filename.c_str(), "rb");
-    if (ioFile == nullptr) {
-        throw new FileIoException("Unable to open file '" + filename + "'");
-    }
-    std::fputs("Preparing data ...\r", stdout);
-    std::fflush(stdout);
+    ioFile = OpenInputFile(filename);
+    ShowProgress("Preparing data ...\r");
     LogMsg(LogType_Debug, "Preparing input file data", true);
 
     const char delimiter = TextDataParser::GetConfiguredDelimiter();
@@ -159,10 +166,10 @@ int TextFileLineIndex::Build(const std::string& filename, LineCallback onEmptyLi
     }
     // The lines are re-read through stdio later; leave the stream at a defined place.
     std::rewind(ioFile);
+    streamOffset = 0;
 
     LogMsg(LogType_Debug, "Preparing input file data finished", true);
-    std::fputs("                  \r", stdout);
-    std::fflush(stdout);
+    ShowProgress("                  \r");
     return GetCount();
 }
 
@@ -280,11 +287,20 @@ int TextFileLineIndex::ReadLine(int index, char* buffer, int bufferSize) {
     if (index < 0 || index >= GetCount() || ioFile == nullptr || bufferSize <= 0) {
         return 0;
     }
-    if (std::fseek(ioFile, At(index).lineOffset, SEEK_SET) != 0 ||
-        std::fgets(buffer, bufferSize, ioFile) == nullptr) {
+    const int64_t lineOffset = At(index).lineOffset;
+    // Records are mostly read in file order: then the stream already stands at the line, and
+    // a seek would only cost a system call.
+    if (lineOffset != streamOffset && std::fseek(ioFile, lineOffset, SEEK_SET) != 0) {
+        streamOffset = -1;
         buffer[0] = '\0';
         return 0;
     }
+    if (std::fgets(buffer, bufferSize, ioFile) == nullptr) {
+        streamOffset = -1;
+        buffer[0] = '\0';
+        return 0;
+    }
+    streamOffset = NextLineOffset(lineOffset, buffer, bufferSize);
     const size_t length = TrimmedLength(buffer);
     buffer[length] = '\0';
     return static_cast<int>(length);
@@ -292,6 +308,7 @@ int TextFileLineIndex::ReadLine(int index, char* buffer, int bufferSize) {
 
 void TextFileLineIndex::Close() {
     fileLineIndex.clear();
+    streamOffset = -1;
     if (ioFile != nullptr) {
         std::fclose(ioFile);
         ioFile = nullptr;

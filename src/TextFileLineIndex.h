@@ -79,4 +79,6 @@ private:
 
     Entries fileLineIndex;
     FILE* ioFile = nullptr;
+    // The file offset the stream stands at after the last read, or -1 when it is not known.
+    int64_t streamOffset = -1;
 };

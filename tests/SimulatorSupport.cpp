@@ -74,13 +74,21 @@ std::string EcrSimulator::TrafficLog() const {
 
 RunResult RunTavoOn(const EcrSimulator& sim, const TempDir& work,
                     const std::vector<std::string>& command,
-                    const std::vector<std::string>& parameters, int timeoutMs) {
+                    const std::vector<std::string>& parameters, const RunOptions& options) {
     std::vector<std::string> args(command);
     args.push_back("/TTY=" + sim.Tty());
     args.push_back("/ConfigFilePath=" + work.File("TAVO.ini"));
     args.push_back("/LogFilePath=" + work.File("logs"));
     args.insert(args.end(), parameters.begin(), parameters.end());
-    return RunTavo(args, timeoutMs);
+    return RunTavo(args, options);
+}
+
+RunResult RunTavoOn(const EcrSimulator& sim, const TempDir& work,
+                    const std::vector<std::string>& command,
+                    const std::vector<std::string>& parameters, int timeoutMs) {
+    RunOptions options;
+    options.timeoutMs = timeoutMs;
+    return RunTavoOn(sim, work, command, parameters, options);
 }
 
 bool WaitFor(const std::function<bool()>& condition) {

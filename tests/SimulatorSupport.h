@@ -38,6 +38,9 @@ private:
 RunResult RunTavoOn(const EcrSimulator& sim, const TempDir& work,
                     const std::vector<std::string>& command,
                     const std::vector<std::string>& parameters = {}, int timeoutMs = 60000);
+RunResult RunTavoOn(const EcrSimulator& sim, const TempDir& work,
+                    const std::vector<std::string>& command,
+                    const std::vector<std::string>& parameters, const RunOptions& options);
 
 // Polls the condition for at most 2 s; the simulator finishes some work after the run that
 // caused it has ended.

@@ -13,9 +13,16 @@
 #include <stdexcept>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include "AppConfig.h"
+
+// Under AddressSanitizer, an allocation beyond its limit fails as it does without it, so that
+// "Not enough memory" can be tested.
+extern "C" const char* __asan_default_options() {
+    return "allocator_may_return_null=1";
+}
 
 namespace testsupport {
 
@@ -72,13 +79,31 @@ void Drain(int fd, std::string& into, bool& open) {
 
 } // namespace
 
-RunResult RunProcess(const std::string& executable, const std::vector<std::string>& args,
-                     int timeoutMs) {
-    int outPipe[2];
-    int errPipe[2];
-    if (pipe(outPipe) != 0 || pipe(errPipe) != 0) {
-        throw std::runtime_error("pipe failed");
+namespace {
+
+// The pipe or pseudo-terminal that takes the child's standard output: [0] the parent's end.
+void OpenOutput(bool terminal, int ends[2]) {
+    if (!terminal) {
+        if (pipe(ends) != 0) {
+            throw std::runtime_error("pipe failed");
+        }
+        return;
     }
+    ends[0] = posix_openpt(O_RDWR | O_NOCTTY);
+    if (ends[0] < 0 || grantpt(ends[0]) != 0 || unlockpt(ends[0]) != 0) {
+        throw std::runtime_error("no pseudo-terminal");
+    }
+    ends[1] = open(ptsname(ends[0]), O_RDWR | O_NOCTTY);
+    termios settings;
+    if (ends[1] < 0 || tcgetattr(ends[1], &settings) != 0) {
+        throw std::runtime_error("cannot open the pseudo-terminal");
+    }
+    cfmakeraw(&settings); // the bytes as written: no "\r" added before "\n"
+    tcsetattr(ends[1], TCSANOW, &settings);
+}
+
+pid_t Start(const std::string& executable, const std::vector<std::string>& args, int outFd,
+            int errFd) {
     const pid_t pid = fork();
     if (pid < 0) {
         throw std::runtime_error("fork failed");
@@ -86,10 +111,8 @@ RunResult RunProcess(const std::string& executable, const std::vector<std::strin
     if (pid == 0) {
         const int nullFd = open("/dev/null", O_RDONLY);
         dup2(nullFd, 0);
-        dup2(outPipe[1], 1);
-        dup2(errPipe[1], 2);
-        close(outPipe[0]);
-        close(errPipe[0]);
+        dup2(outFd, 1);
+        dup2(errFd, 2);
         std::vector<char*> argv;
         argv.push_back(const_cast<char*>(executable.c_str()));
         for (const std::string& arg : args) {
@@ -99,12 +122,27 @@ RunResult RunProcess(const std::string& executable, const std::vector<std::strin
         execv(executable.c_str(), argv.data());
         _exit(127);
     }
-    close(outPipe[1]);
-    close(errPipe[1]);
+    return pid;
+}
+
+} // namespace
+
+RunResult RunProcess(const std::string& executable, const std::vector<std::string>& args,
+                     const RunOptions& options) {
+    int out[2];
+    int err[2];
+    OpenOutput(options.outputToTerminal, out);
+    if (pipe(err) != 0) {
+        throw std::runtime_error("pipe failed");
+    }
+    const pid_t pid = Start(executable, args, out[1], err[1]);
+    close(out[1]);
+    close(err[1]);
     RunResult result;
     bool outOpen = true;
     bool errOpen = true;
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    const auto deadline =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(options.timeoutMs);
     bool timedOut = false;
     while (outOpen || errOpen) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
@@ -114,28 +152,44 @@ RunResult RunProcess(const std::string& executable, const std::vector<std::strin
             timedOut = true;
             break;
         }
-        pollfd fds[2] = {{outPipe[0], POLLIN, 0}, {errPipe[0], POLLIN, 0}};
+        pollfd fds[2] = {{outOpen ? out[0] : -1, POLLIN, 0}, {errOpen ? err[0] : -1, POLLIN, 0}};
         if (poll(fds, 2, static_cast<int>(left)) < 0 && errno != EINTR) {
             break;
         }
-        if (outOpen && (fds[0].revents & (POLLIN | POLLHUP)) != 0) {
-            Drain(outPipe[0], result.output, outOpen);
+        // A pseudo-terminal reports the end of the writer as an error (EIO).
+        if (outOpen && (fds[0].revents & (POLLIN | POLLHUP | POLLERR)) != 0) {
+            const size_t before = result.output.size();
+            Drain(out[0], result.output, outOpen);
+            if (options.onOutput && result.output.size() != before) {
+                options.onOutput(pid, result.output);
+            }
         }
-        if (errOpen && (fds[1].revents & (POLLIN | POLLHUP)) != 0) {
-            Drain(errPipe[0], result.errors, errOpen);
+        if (errOpen && (fds[1].revents & (POLLIN | POLLHUP | POLLERR)) != 0) {
+            Drain(err[0], result.errors, errOpen);
         }
     }
     if (timedOut) {
         kill(pid, SIGKILL);
     }
-    close(outPipe[0]);
-    close(errPipe[0]);
+    close(out[0]);
+    close(err[0]);
     int status = 0;
     waitpid(pid, &status, 0);
     if (!timedOut && WIFEXITED(status)) {
         result.exitStatus = WEXITSTATUS(status);
     }
     return result;
+}
+
+RunResult RunProcess(const std::string& executable, const std::vector<std::string>& args,
+                     int timeoutMs) {
+    RunOptions options;
+    options.timeoutMs = timeoutMs;
+    return RunProcess(executable, args, options);
+}
+
+RunResult RunTavo(const std::vector<std::string>& args, const RunOptions& options) {
+    return RunProcess(TAVO_EXECUTABLE, args, options);
 }
 
 RunResult RunTavo(const std::vector<std::string>& args, int timeoutMs) {

@@ -1,7 +1,9 @@
 // Helpers shared by the tests: temporary directories, files, and running the tavo executable.
 #pragma once
 
+#include <functional>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 namespace testsupport {
@@ -32,12 +34,23 @@ struct RunResult {
     std::string errors;  // standard error
 };
 
-// Runs an executable with the arguments, standard input from /dev/null, killing it after
-// timeoutMs. Both output streams are captured.
+struct RunOptions {
+    int timeoutMs = 20000; // the process is killed after this
+    // Standard output on a raw pseudo-terminal, as when a person runs the tool; else a pipe.
+    bool outputToTerminal = false;
+    // Called with the process id and the standard output so far whenever more has arrived.
+    std::function<void(pid_t, const std::string&)> onOutput;
+};
+
+// Runs an executable with the arguments, standard input from /dev/null. Both output streams
+// are captured.
+RunResult RunProcess(const std::string& executable, const std::vector<std::string>& args,
+                     const RunOptions& options);
 RunResult RunProcess(const std::string& executable, const std::vector<std::string>& args,
                      int timeoutMs = 20000);
 
 // Runs the built tavo executable.
+RunResult RunTavo(const std::vector<std::string>& args, const RunOptions& options);
 RunResult RunTavo(const std::vector<std::string>& args, int timeoutMs = 20000);
 
 // Makes the next configuration lookups see only the given INI file and command-line values,
