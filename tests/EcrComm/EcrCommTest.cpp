@@ -21,8 +21,6 @@ using testsupport::RunTavoOn;
 using testsupport::TempDir;
 using testsupport::WriteFile;
 
-const char requestLine[] = "Sending operation request...\r";
-
 size_t Count(const std::string& text, const std::string& part) {
     size_t count = 0;
     for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
@@ -72,7 +70,8 @@ TEST_F(EcrCommTest, EcrAnswersBecomeExitStatuses) {
         EcrSimulator sim({"--request-answer", c.code});
         const RunResult r = Tavo(sim, {"read", "3", m_work.File("x.csv")});
         EXPECT_EQ(r.exitStatus, c.status) << c.message;
-        EXPECT_EQ(r.output, std::string(requestLine) + "\n" + c.message +
+        // Captured by a pipe, the output has no progress text before the ECR's answer.
+        EXPECT_EQ(r.output, "\n" + std::string(c.message) +
                                 "\nCompleted with errors\nReturn value " +
                                 std::to_string(c.status) + "\n");
     }
