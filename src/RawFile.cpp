@@ -1,6 +1,7 @@
 #include "RawFile.h"
 
 #include <cerrno>
+#include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,18 +10,28 @@
 
 namespace {
 
-[[noreturn]] void FailToOpen(const std::string& filename, int errnoValue) {
-    ReportSystemCause(filename, errnoValue);
+[[noreturn]] void FailToOpen(const std::string& filename, const std::string& reason) {
+    ReportCause(filename, reason);
     throw new FileIoException("Unable to open file '" + filename + "'");
 }
 
-// fopen opens a directory for reading; its reads fail later. A directory is no input.
-void RefuseDirectory(FILE* file, const std::string& filename) {
+[[noreturn]] void FailToOpen(const std::string& filename, int errnoValue) {
+    FailToOpen(filename, std::strerror(errnoValue));
+}
+
+// Input is read by record number, so it must be a file that holds still: a regular file, or a
+// character device such as /dev/stdin on a terminal. A directory opens for reading but fails
+// later; a pipe would block the open until a writer came.
+void RefuseUnreadableKind(const std::string& filename) {
     struct stat status;
-    if (fstat(fileno(file), &status) == 0 && S_ISDIR(status.st_mode)) {
-        std::fclose(file);
+    if (stat(filename.c_str(), &status) != 0 || S_ISREG(status.st_mode) ||
+        S_ISCHR(status.st_mode)) {
+        return;
+    }
+    if (S_ISDIR(status.st_mode)) {
         FailToOpen(filename, EISDIR);
     }
+    FailToOpen(filename, "not a regular file");
 }
 
 // fsync is refused by files that have no disk behind them (pipes, terminals, /dev/null):
@@ -32,11 +43,11 @@ bool SyncFailed(FILE* file) {
 } // namespace
 
 FILE* OpenInputFile(const std::string& filename) {
+    RefuseUnreadableKind(filename);
     FILE* file = std::fopen(filename.c_str(), "rb");
     if (file == nullptr) {
         FailToOpen(filename, errno);
     }
-    RefuseDirectory(file, filename);
     return file;
 }
 

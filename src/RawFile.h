@@ -75,13 +75,12 @@ protected:
 };
 
 // Opens an input file for binary reading. Raises FileIoException "Unable to open file
-// '<filename>'" (exit status 13) when fopen fails or the name is a directory, after writing the
-// cause to standard error.
+// '<filename>'" (exit status 13), after writing the cause to standard error, when fopen fails
+// or the name is neither a regular file nor a character device (a directory, a pipe).
 FILE* OpenInputFile(const std::string& filename);
 
-// Raises what OpenInputFile raises for a file that could not be read as input: a missing or
-// unreadable file, or a directory. Anything else (a regular file, a character device such as
-// /dev/stdin) passes. Used to refuse an input before anything irreversible happens.
+// Raises what OpenInputFile raises for a name that it would refuse; returns for a file that
+// opens. Used to refuse an input before anything irreversible happens.
 void CheckInputFile(const std::string& filename);
 
 const int rawRecordSize = 64;

@@ -40,14 +40,21 @@ TEST_F(AppConfigTest, CommandLineBeatsEcrSectionBeatsCommon) {
     EXPECT_EQ(AppConfig::GetParameter("Missing", "dflt"), "dflt"); // default
 }
 
-TEST_F(AppConfigTest, NumbersFollowStrtolRules) {
-    const std::string ini = Ini("[Common]\nRetryCount=abc\nA= 12x\nB=-3\nC=\n");
+TEST_F(AppConfigTest, NumbersFollowStrtolRulesAndOddTextIsReported) {
+    const std::string ini = Ini("[Common]\nRetryCount=abc\nA= 12x\nB=-3\nC=\nD= 7 \n");
     LoadConfiguration(ini);
+    ::testing::internal::CaptureStderr();
+    EXPECT_EQ(AppConfig::GetParameter("RetryCount", 1), 0);
     EXPECT_EQ(AppConfig::GetParameter("RetryCount", 1), 0);
     EXPECT_EQ(AppConfig::GetParameter("A", 1), 12);
     EXPECT_EQ(AppConfig::GetParameter("B", 1), -3);
     EXPECT_EQ(AppConfig::GetParameter("C", 9), 9);
+    EXPECT_EQ(AppConfig::GetParameter("D", 9), 7);
     EXPECT_FALSE(AppConfig::HasParameter("C"));
+    // Each odd text is reported once, with the value it stands for.
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+              "tavo: RetryCount=abc: not a whole number; using 0\n"
+              "tavo: A=12x: not a whole number; using 12\n");
 }
 
 TEST_F(AppConfigTest, RunTimeValuesAndNamesAreCaseSensitive) {

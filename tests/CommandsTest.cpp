@@ -226,6 +226,7 @@ TEST_F(CommandsTest, BadDayEndsWithItsCauseAndLosesNothing) {
     WriteFile(File("huge.bmp"), huge);
     WriteFile(File("plu.csv"), Articles(1, 10));
     mkdir(File("folder").c_str(), 0755);
+    mkfifo(File("pipe").c_str(), 0644);
     // Under AddressSanitizer an allocation beyond its limit must fail as it does without it.
     setenv("ASAN_OPTIONS", "allocator_may_return_null=1", 1);
     const std::string unopenable = "\nCommunication error: ECR is not responding\n";
@@ -273,6 +274,15 @@ TEST_F(CommandsTest, BadDayEndsWithItsCauseAndLosesNothing) {
          13,
          "Unable to open file '@/folder'\n",
          "tavo: @/folder: Is a directory\n",
+         true,
+         true},
+        {"send of a pipe",
+         {},
+         {"send", "3", "@/pipe"},
+         {},
+         13,
+         "Unable to open file '@/pipe'\n",
+         "tavo: @/pipe: not a regular file\n",
          true,
          true},
         {"delete of a folder",
