@@ -53,7 +53,10 @@ void OperationRequest(int dataType, Action action) {
 void WaitUntilCleared(const char* message, int blankWidth) {
     Progress(message);
     while (!ReadClearStatus()) {
-        StopIfInterrupted();
+        if (PendingInterrupt() != 0) {
+            Blank(blankWidth);
+            StopIfInterrupted();
+        }
     }
     Blank(blankWidth);
 }
