@@ -44,8 +44,9 @@ RunResult InstallTest::installed;
 TEST_F(InstallTest, FilesGoWhereTheyBelongAndTheConfigurationIsKept) {
     ASSERT_EQ(installed.exitStatus, 0) << installed.output << installed.errors;
     for (const char* path :
-         {"/usr/bin/tavo", "/usr/bin/ecrsim", "/usr/share/man/man1/tavo.1",
-          "/usr/share/man/man1/ecrsim.1", "/usr/share/bash-completion/completions/tavo",
+         {"/usr/bin/tavo", "/usr/bin/ecrsim", "/usr/share/man/man1/tavo.1.gz",
+          "/usr/share/man/man1/ecrsim.1.gz", "/usr/share/bash-completion/completions/tavo",
+          "/usr/share/doc/tavo/copyright", "/usr/share/doc/tavo/changelog.Debian.gz",
           "/etc/tavo/TAVO.ini", "/var/log/tavo"}) {
         EXPECT_TRUE(FileExists(Installed(path))) << path;
     }
