@@ -6,19 +6,29 @@
 #include "Formatting/DataFormatter.h"
 #include "Formatting/DataParser.h"
 
+// Process-wide: the PC form chosen by Initialize applies to every conversion until the next.
+// The three conversions return the converted record's length, and 0 when it cannot be converted
+// and also for a record without fields, which callers treat as a failure. Each zero-fills its
+// whole output buffer first; buffer lengths are the buffers' true capacities. Nothing raises.
 class DataConverter {
 public:
-    // Chooses the PC form for the transfer that follows.
+    // Chooses the PC form for the transfer that follows; FileType_CSV until first called.
     static void Initialize(FileType pcFileType);
-    // Copies every field; false at the first field that cannot be read or written. The output
-    // is not rolled back. An input without fields converts successfully to nothing.
+    // Copies every field; false at the first field that cannot be read or written, that is of
+    // unknown kind, or that does not fit the 128-byte field buffer. The output is not rolled
+    // back. An input without fields converts successfully to nothing.
     static bool Convert(DataParser& inData, DataFormatter& outData);
 
-    // The lengths of the converted records; 0 when a record cannot be converted. The buffer
-    // lengths are the buffers' true capacities.
+    // A CSV line (delimiter from "Delimiter") field by field, or a raw or bitmap record as one
+    // binary field, whose length byte holds only the low 8 bits of pcDataLen.
     static ushort PcToEcr(const byte* pcData, ushort pcDataLen, byte* ecrBuffer,
                           ushort ecrBufferLen);
+    // The parser's remaining fields, whatever the PC form: a fiscal command line after its
+    // command code.
     static ushort PcToEcr(DataParser& pcData, byte* ecrBuffer, ushort ecrBufferLen);
+    // A CSV line, left unterminated but followed by the zero fill (so at most pcBufferLen - 1
+    // characters); or, for a raw or bitmap file, the bytes of a record that must be exactly one
+    // binary field.
     static ushort EcrToPc(const byte* ecrData, ushort ecrDataLen, byte* pcBuffer,
                           ushort pcBufferLen);
 

@@ -11,6 +11,8 @@
 
 class TextFileLineIndex {
 public:
+    // One indexed line. Its key is the first field's scaled integer when more fields follow
+    // ("1.5" gives 15), else 0; a key of exactly -1 makes the line bad instead.
     struct FileLine {
         int64_t lineKey;    // record number from the first field; 0 for a text first field
         int32_t lineOffset; // offset of the line's first character in the file
@@ -20,34 +22,42 @@ public:
     // Receives the line number of a line that is left out of the index.
     typedef void (*LineCallback)(int lineNumber);
 
+    // An empty index with no file open.
     TextFileLineIndex() = default;
+    // Not copyable: it owns the open file.
     TextFileLineIndex(const TextFileLineIndex&) = delete;
     TextFileLineIndex& operator=(const TextFileLineIndex&) = delete;
+    // Closes the file.
     ~TextFileLineIndex();
 
-    // Opens the file (kept open for ReadLine) and indexes its lines in file order. Lines are
-    // read as pieces of at most 1023 characters, so a longer line counts as several. Empty
-    // lines go to onEmptyLine, lines that cannot be parsed to onBadLine; either may be null.
-    // Returns the number of entries.
+    // Opens the file (kept open for ReadLine) and indexes it in file order, replacing any earlier
+    // index; returns the entry count. Lines are read in pieces of at most 1023 characters, each a
+    // line. Empty lines go to onEmptyLine, bad ones to onBadLine (either may be null). Raises
+    // FileIoException (13) as OpenInputFile does, or "File '<name>' is too large" past 2 GiB.
     int Build(const std::string& filename, LineCallback onEmptyLine, LineCallback onBadLine);
 
-    // Sorts entries first..last (inclusive) by key; not stable.
+    // Sorts entries first..last (inclusive) by key; not stable. REQUIRES: 0 <= first <= last <
+    // GetCount(); otherwise InternalException (exit status 99).
     void SortRange(int first, int last);
+    // True when the keys never decrease from one entry to the next; an empty index is sorted.
     bool IsSorted() const;
     // Whether an entry other than the first has key 0 (a line that is not a numbered record).
     bool HasUnkeyedRecord() const;
     // In a sorted index, keeps one entry per key: the one from the latest line. For every
-    // compared pair of equal keys onDuplicate gets the line number of the second entry.
+    // compared pair of equal keys onDuplicate (may be null) gets the line number of the second
+    // entry. In an unsorted index only neighbours with equal keys are merged.
     void RemoveDuplicates(LineCallback onDuplicate);
 
+    // The number of entries.
     int GetCount() const { return static_cast<int>(fileLineIndex.size()); }
-    // The entry at position index; InternalException when there is none.
+    // The entry at position index; InternalException (exit status 99) when there is none.
     const FileLine& GetEntry(int index) const;
-    // Reads the line of entry index into buffer (at most bufferSize - 1 characters), without
-    // its trailing blanks, tabs and line end. Returns the length; 0 for a missing entry.
+    // Reads the line of entry index into buffer (at most bufferSize - 1 characters and a
+    // terminator), without its trailing blanks, tabs and line end. Returns the length; 0 for a
+    // missing entry, with no file open, or when the line cannot be read again. Raises nothing.
     int ReadLine(int index, char* buffer, int bufferSize);
 
-    // Empties the index and closes the file.
+    // Empties the index and closes the file; safe to call when none is open.
     void Close();
 
 private:

@@ -4,12 +4,14 @@
 #include "Decimal.h"
 
 // Every operation checks the free space first and returns false when the field does not fit;
-// the caller then abandons the whole record.
+// the caller then abandons the whole record. Nothing throws.
 class DataFormatter {
 public:
+    // Writes into buf[0, bufLen); the buffer must outlive the formatter and is not cleared.
     DataFormatter(byte* buf, ushort bufLen) : m_dataBuf(buf), m_dataBufLen(bufLen), m_dataLen(0) {}
     virtual ~DataFormatter() = default;
 
+    // Appends one field of the kind; false when it does not fit (or cannot be written).
     virtual bool AddNumber(const Decimal& num) = 0;
     virtual bool AddString(const char* str) = 0;
     virtual bool AddBinary(const byte* data, ushort dataLen) = 0;
