@@ -9,6 +9,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "EcrComm/LinkTestSupport.h"
 #include "SimulatorSupport.h"
 
 namespace {
@@ -77,13 +78,13 @@ TEST_F(EcrCommTest, EcrAnswersBecomeExitStatuses) {
     }
 }
 
-TEST_F(EcrCommTest, SilentLineFailsAfterEveryAttempt) {
+TEST_F(EcrCommTest, SilentLineOrStalledFrameFailsAfterEveryAttempt) {
     EcrSimulator sim({"--ignore-first", "1000000"});
-    const auto start = std::chrono::steady_clock::now();
-    const RunResult r = Tavo(
+    auto start = std::chrono::steady_clock::now();
+    RunResult r = Tavo(
         sim, {"clear", "3"},
         {"/RetryCount=3", "/SerialProtocolRetryCount=2", "/SerialProtocolResponseMaxTime=100"});
-    const auto elapsed = std::chrono::steady_clock::now() - start;
+    auto elapsed = std::chrono::steady_clock::now() - start;
     EXPECT_EQ(r.exitStatus, 5);
     EXPECT_EQ(Count(r.output, "\nCommunication error: ECR is not responding\n"), 3u) << r.output;
     // The counters run on over the attempts.
@@ -97,6 +98,30 @@ TEST_F(EcrCommTest, SilentLineFailsAfterEveryAttempt) {
     EXPECT_GE(elapsed, std::chrono::milliseconds(600));
     EXPECT_LT(elapsed, std::chrono::seconds(5));
     EXPECT_EQ(Count(sim.TrafficLog(), "frame ignored on purpose"), 6u);
+
+    // A register that acknowledges, starts its answer and falls silent within it is given up
+    // on after "SerialProtocolByteMaxTime" of silence, in the same way.
+    linktest::PseudoTerminal line;
+    linktest::Peer stalling(line, [](linktest::PseudoTerminal& ecr) {
+        for (int quietRounds = 0; quietRounds < 100; ++quietRounds) {
+            const linktest::Bytes in = ecr.ReadUntilQuiet(30);
+            if (!in.empty()) {
+                // A whole frame is acknowledged; a refusal of the broken answer is answered
+                // with another broken one.
+                ecr.Write(linktest::HexBytes(in.back() == 0x03 ? "06 02" : "02"));
+                quietRounds = 0;
+            }
+        }
+    });
+    start = std::chrono::steady_clock::now();
+    r = testsupport::RunTavo({"clear", "3", "/TTY=" + line.TtyName(),
+                              "/ConfigFilePath=" + m_work.File("TAVO.ini"),
+                              "/LogFilePath=" + m_work.File("logs"), "/RetryCount=2",
+                              "/SerialProtocolRetryCount=2", "/SerialProtocolByteMaxTime=100"});
+    elapsed = std::chrono::steady_clock::now() - start;
+    EXPECT_EQ(r.exitStatus, 5);
+    EXPECT_EQ(Count(r.output, "\nCommunication error: ECR is not responding\n"), 2u) << r.output;
+    EXPECT_LT(elapsed, std::chrono::seconds(5));
 }
 
 TEST_F(EcrCommTest, OlderTransportVersionsAreReachedByFallback) {

@@ -1,12 +1,31 @@
 #include "EcrComm/CommChannels/DataLogger.h"
 
+#include <cerrno>
+#include <cstdio>
+
+#include "AppConfig.h"
+#include "Console.h"
 #include "EcrComm/CommChannels/Linux/HighResolutionTimer.h"
+#include "Exceptions.h"
 #include "Logging.h"
 #include "Tools.h"
 
 bool DataLogger::m_ignoreEmptyData = false;
 
 namespace {
+
+// The trace file, when "TraceFile" asked for one.
+FILE* traceFile = nullptr;
+
+// One line with the time stamp of the logs, flushed at once, so that the trace of a run that
+// hangs or is killed is complete up to that moment.
+void WriteTraceLine(const std::string& line) {
+    tagSYSTEMTIME now;
+    GetLocalTime(&now);
+    std::fprintf(traceFile, "%02d.%02d.%04d %02d:%02d:%02d.%03d %s\n", now.wDay, now.wMonth,
+                 now.wYear, now.wHour, now.wMinute, now.wSecond, now.wMilliseconds, line.c_str());
+    std::fflush(traceFile);
+}
 
 const char* DirectionLabel(Direction direction) {
     switch (direction) {
@@ -58,8 +77,36 @@ void DataLogger::LogBlock(const byte* data, unsigned int size, const long long& 
         return;
     }
     // Formatting every byte of the traffic is wasted when the line would be discarded.
-    if (!IsLogTypeWritten(LogType_Debug)) {
+    const bool toDebugLog = IsLogTypeWritten(LogType_Debug);
+    if (!toDebugLog && traceFile == nullptr) {
         return;
     }
-    LogMsg(LogType_Debug, FormatBlock(data, size, startTime, endTime, direction, comment), true);
+    const std::string line = FormatBlock(data, size, startTime, endTime, direction, comment);
+    if (traceFile != nullptr) {
+        WriteTraceLine(line);
+    }
+    if (toDebugLog) {
+        LogMsg(LogType_Debug, line, true);
+    }
+}
+
+void OpenTraceFile(const std::string& startLine) {
+    CloseTraceFile();
+    const std::string path = AppConfig::GetParameter("TraceFile", "");
+    if (path.empty()) {
+        return;
+    }
+    traceFile = std::fopen(path.c_str(), "a");
+    if (traceFile == nullptr) {
+        ReportSystemCause(path, errno);
+        throw new FileIoException("Can't open file '" + path + "'");
+    }
+    WriteTraceLine(startLine);
+}
+
+void CloseTraceFile() {
+    if (traceFile != nullptr) {
+        std::fclose(traceFile);
+        traceFile = nullptr;
+    }
 }

@@ -1,9 +1,12 @@
 #include "EcrComm/CommChannels/DataLogger.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include "EcrComm/CommChannels/Linux/HighResolutionTimer.h"
+#include "EcrComm/LinkTestSupport.h"
+#include "TestSupport.h"
 
 namespace {
 const long long nsPerMs = 1000000;
@@ -57,4 +60,37 @@ TEST(DataLoggerTest, LineHasLabelSizeDurationCommentAndHexBytes) {
     EXPECT_GE(intervalMs, 20.0);
     EXPECT_LT(intervalMs, 2000.0);
     EXPECT_DOUBLE_EQ(timer.GetIntervalMs(0, 2500000), 2.5);
+}
+
+TEST(DataLoggerTest, TraceFileTakesTheStartLineAndEveryBlockAsLogLines) {
+    testsupport::TempDir dir;
+    const byte sample[] = {0x01, 0x02, 0x00, 0x41, 0x42};
+    // Without "TraceFile" there is nothing to open.
+    testsupport::LoadConfiguration(dir.File("TAVO.ini"));
+    EXPECT_EQ(linktest::ErrorOf([] { OpenTraceFile("start"); }), "nothing thrown");
+
+    const std::string path = dir.File("trace.txt");
+    testsupport::WriteFile(path, "earlier run\n");
+    testsupport::LoadConfiguration(dir.File("TAVO.ini"), {{"TraceFile", path}});
+    OpenTraceFile("TAVO driver started");
+    DataLogger::LogBlock(sample, 5, 1000, 1000 + 3310000, Direction_PcToEcr, "");
+    DataLogger::LogBlock(sample, 2, 0, 0, Direction_EcrToPc, " (ignored by STCP)");
+    CloseTraceFile();
+    DataLogger::LogBlock(sample, 1, 0, 0, Direction_PcToEcr, "");
+    const std::string stamp =
+        "[0-9]{2}\\.[0-9]{2}\\.[0-9]{4} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} ";
+    EXPECT_THAT(testsupport::ReadFile(path),
+                ::testing::MatchesRegex("earlier run\n" + stamp + "TAVO driver started\n" + stamp +
+                                        "PC->ECR  5 bytes in    3\\.3 ms : 01 02 00 41 42\n" +
+                                        stamp +
+                                        "PC<-ECR  2 bytes in    0\\.0 ms : \\(ignored by STCP\\) "
+                                        "01 02\n"));
+
+    const std::string unwritable = dir.File("no-such-dir/trace.txt");
+    testsupport::LoadConfiguration(dir.File("TAVO.ini"), {{"TraceFile", unwritable}});
+    ::testing::internal::CaptureStderr();
+    EXPECT_EQ(linktest::ErrorOf([] { OpenTraceFile("start"); }),
+              "13: Can't open file '" + unwritable + "'");
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+              "tavo: " + unwritable + ": No such file or directory\n");
 }

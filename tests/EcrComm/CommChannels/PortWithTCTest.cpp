@@ -24,7 +24,8 @@ protected:
         std::vector<std::pair<std::string, std::string>> parameters = {
             {"TTY", m_pty.TtyName()},
             {"SerialProtocolRetryCount", "3"},
-            {"SerialProtocolResponseMaxTime", "100"}};
+            {"SerialProtocolResponseMaxTime", "100"},
+            {"SerialProtocolByteMaxTime", "200"}};
         parameters.insert(parameters.end(), extra.begin(), extra.end());
         testsupport::LoadConfiguration(m_dir.File("TAVO.ini"), parameters);
         m_port.Open();
@@ -173,6 +174,12 @@ TEST_F(PortWithTCTest, IncomingFramesAreCheckedAnsweredAndHandedOutInPieces) {
         ExpectAnswer(pty, ACK);
         pty.Write(BuildFrame(3, HexBytes("0E 0F"), 37));
         ExpectAnswer(pty, ACK);
+        // A frame that stops short is refused once the line has been silent for the byte
+        // time; its repetition is taken.
+        pty.Write(HexBytes("02 26"));
+        ExpectAnswer(pty, NAK);
+        pty.Write(BuildFrame(3, HexBytes("10"), 38));
+        ExpectAnswer(pty, ACK);
     });
     EXPECT_TRUE(Write(HexBytes("01")));
     EXPECT_EQ(Read(1), "5A");
@@ -185,6 +192,7 @@ TEST_F(PortWithTCTest, IncomingFramesAreCheckedAnsweredAndHandedOutInPieces) {
     // A frame shorter than asked for: what it has, and false; the next Read takes a new frame.
     EXPECT_EQ(Read(6), "false: 0A 0B 0C 0D EE EE");
     EXPECT_EQ(Read(2), "0E 0F");
+    EXPECT_EQ(Read(1), "10");
     peer.Join();
 }
 

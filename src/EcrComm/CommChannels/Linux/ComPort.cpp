@@ -2,21 +2,33 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <fstream>
+#include <glob.h>
+#include <grp.h>
 #include <linux/serial.h>
+#include <poll.h>
+#include <pwd.h>
+#include <sstream>
 #include <sys/file.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include "AppConfig.h"
+#include "Console.h"
 #include "Defaults.h"
 #include "EcrComm/CommChannels/DataLogger.h"
 #include "EcrComm/CommChannels/Linux/HighResolutionTimer.h"
+#include "EcrComm/CommChannels/Linux/TerminalModes.h"
 #include "Exceptions.h"
 #include "IniFile.h"
 #include "Logging.h"
+#include "Tools.h"
 
 bool BaudRateToSpeed(long baud, speed_t& speed) {
     switch (baud) {
@@ -50,6 +62,9 @@ const char badSetupMessage[] = "Bad serial port setup parameters";
 const unsigned int msPerVtimeUnit = 100;
 // The per-byte timeout never drops below one VTIME unit.
 const int minByteTimeoutMs = 100;
+// "SerialProtocolByteMaxTime": a register that falls silent within a frame is given up on
+// after this long, so that it cannot hold the line for ever.
+const int defaultByteMaxTimeMs = 10000;
 
 struct LineSettings {
     long baud = 38400;
@@ -85,9 +100,84 @@ speed_t SpeedOf(long baud) {
     return speed;
 }
 
+// What the user can do about a device that cannot be opened, as "; hint" text, or empty.
+std::string PermissionHint(const std::string& path) {
+    struct stat device;
+    if (stat(path.c_str(), &device) != 0) {
+        return "";
+    }
+    const mode_t readWrite = S_IRUSR | S_IWUSR;
+    if ((device.st_mode & (readWrite >> 3)) == (readWrite >> 3)) {
+        const group* owningGroup = getgrgid(device.st_gid);
+        return "add the user to group " + (owningGroup != nullptr
+                                               ? std::string(owningGroup->gr_name)
+                                               : std::to_string(device.st_gid));
+    }
+    if ((device.st_mode & readWrite) == readWrite) {
+        const passwd* owner = getpwuid(device.st_uid);
+        return "only user " +
+               (owner != nullptr ? std::string(owner->pw_name) : std::to_string(device.st_uid)) +
+               " may open it";
+    }
+    return "";
+}
+
+// The serial devices this machine has, for a device name that names none.
+std::string SerialDevicesHint() {
+    std::string found;
+    for (const char* pattern :
+         {"/dev/ttyS*", "/dev/ttyUSB*", "/dev/ttyACM*", "/dev/serial/by-id/*"}) {
+        glob_t matches;
+        if (glob(pattern, 0, nullptr, &matches) == 0) {
+            for (size_t i = 0; i < matches.gl_pathc; ++i) {
+                found += std::string(" ") + matches.gl_pathv[i];
+            }
+        }
+        globfree(&matches);
+    }
+    return found.empty() ? "no serial device found" : "serial devices here:" + found;
+}
+
+std::string OpenFailureHint(const std::string& path, int error) {
+    switch (error) {
+    case EACCES:
+        return PermissionHint(path);
+    case ENOENT:
+        return SerialDevicesHint();
+    default:
+        return "";
+    }
+}
+
+// The process holding a lock on the open file, from the kernel's lock table; 0 when the table
+// does not say. Its lines read "1: FLOCK  ADVISORY  WRITE 1234 00:19:5 0 EOF", the file given
+// as device major:minor (hexadecimal):inode; waiting requests are marked "->" and skipped.
+long LockHolder(int fd) {
+    struct stat file;
+    if (fstat(fd, &file) != 0) {
+        return 0;
+    }
+    const std::string fileId = Format("%02x:%02x:%lu", major(file.st_dev), minor(file.st_dev),
+                                      static_cast<unsigned long>(file.st_ino));
+    std::ifstream locks("/proc/locks");
+    std::string line;
+    while (std::getline(locks, line)) {
+        std::istringstream fields(line);
+        std::string number, type, kind, mode, lockedFile;
+        long pid = 0;
+        if (fields >> number >> type >> kind >> mode >> pid >> lockedFile && type != "->" &&
+            lockedFile == fileId) {
+            return pid;
+        }
+    }
+    return 0;
+}
+
 } // namespace
 
-ComPort::ComPort() : handle(-1), initialSettings(), currentSettings(), byteTimeoutMs(0) {}
+ComPort::ComPort()
+    : handle(-1), initialSettings(), currentSettings(), byteTimeoutMs(0), settingsApplied(false),
+      byteMaxTimeMs(0) {}
 
 ComPort::~ComPort() {
     Close();
@@ -104,27 +194,44 @@ void ComPort::Open() {
     if (tty.empty()) {
         throw new ConfigurationException("Bad or missing tty name");
     }
-    const std::string devicePath = "/dev/" + tty;
+    devicePath = "/dev/" + tty;
     LogMsg(LogType_Debug, "Opening serial port " + devicePath, true);
 
     readAhead.clear();
-    handle = open(devicePath.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
-    if (handle == -1) {
-        throw new SystemException("Unable to open serial port");
-    }
-    // Opened non-blocking so that a missing carrier cannot hang the open; I/O blocks from now.
-    fcntl(handle, F_SETFL, 0);
+    settingsApplied = false;
+    byteMaxTimeMs = AppConfig::GetParameter("SerialProtocolByteMaxTime", defaultByteMaxTimeMs);
+    OpenDevice();
     LockDevice();
     if (tcgetattr(handle, &initialSettings) != 0) {
-        throw new SystemException(
-            "Cannot read serial port settings. Please ensure that correct TTY specified");
+        Fail("Cannot read serial port settings. Please ensure that correct TTY specified");
     }
     ComPort_Setup(defaultComSettings);
     ComPort_Setup(IniFile::GetString("ComSettings", ""));
     if (!ApplySettings(TCSAFLUSH)) {
-        throw new SystemException("Cannot set serial port settings");
+        Fail("Cannot set serial port settings");
     }
+    settingsApplied = true;
     RequestLowLatency();
+}
+
+void ComPort::OpenDevice() {
+    handle = open(devicePath.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+    if (handle == -1) {
+        const int error = errno;
+        ReportSystemCause(devicePath, error, OpenFailureHint(devicePath, error));
+        errno = error;
+        throw new SystemException("Unable to open serial port");
+    }
+    // Opened non-blocking so that a missing carrier cannot hang the open; I/O blocks from now.
+    fcntl(handle, F_SETFL, 0);
+}
+
+void ComPort::Fail(const char* message) {
+    const int error = errno;
+    settingsApplied = false;
+    ReportSystemCause(devicePath, error);
+    errno = error;
+    throw new SystemException(message);
 }
 
 // Serial programs on this system (terminal programs, modem managers) take an exclusive lock on
@@ -134,6 +241,9 @@ void ComPort::LockDevice() {
         return;
     }
     if (flock(handle, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        const long holder = LockHolder(handle);
+        ReportCause(devicePath, holder != 0 ? Format("in use by process %ld", holder)
+                                            : std::string("in use by another program"));
         close(handle);
         handle = -1;
         throw new ApplicationException("Another application is working now with ECR",
@@ -163,6 +273,7 @@ void ComPort::Close() {
     tcsetattr(handle, TCSANOW, &initialSettings);
     close(handle);
     handle = -1;
+    settingsApplied = false;
     readAhead.clear();
 }
 
@@ -171,6 +282,8 @@ void ComPort::ComPort_Setup(const std::string& settings) {
         return;
     }
     const LineSettings line = ParseLineSettings(settings);
+    // The device keeps the old settings until the next change applies these.
+    settingsApplied = false;
 
     std::memset(&currentSettings, 0, sizeof(currentSettings));
     const speed_t speed = SpeedOf(line.baud);
@@ -238,22 +351,46 @@ void ComPort::ComPort_Setup(const std::string& settings) {
 }
 
 void ComPort::ComPort_SetSerialPortTimeoutSettings(byte minBytes, unsigned int timeoutMs) {
-    termios deviceSettings;
-    if (tcgetattr(handle, &deviceSettings) != 0) {
-        throw new SystemException("Cannot read serial port timeouts");
-    }
-    currentSettings.c_cc[VMIN] = minBytes;
     // VTIME is one byte: timeouts above 25.5 s wrap.
-    currentSettings.c_cc[VTIME] = static_cast<cc_t>(timeoutMs / msPerVtimeUnit);
+    const cc_t vtime = static_cast<cc_t>(timeoutMs / msPerVtimeUnit);
     // Every read sets its timeouts and restores them afterwards, mostly to the values the
     // device already holds; those changes are skipped, as they would change nothing.
-    if (deviceSettings.c_cc[VMIN] == currentSettings.c_cc[VMIN] &&
-        deviceSettings.c_cc[VTIME] == currentSettings.c_cc[VTIME]) {
+    if (settingsApplied && currentSettings.c_cc[VMIN] == minBytes &&
+        currentSettings.c_cc[VTIME] == vtime) {
         return;
     }
-    if (!ApplySettings(TCSANOW)) {
-        throw new SystemException("Cannot set serial port timeouts");
+    // After a failure (or before the port is set up) memory cannot vouch for the device: it
+    // has to answer first. A refused change asks it too, so that a device that has gone away
+    // is reported as unreadable, whichever call noticed first.
+    termios deviceSettings;
+    if (!settingsApplied && tcgetattr(handle, &deviceSettings) != 0) {
+        Fail("Cannot read serial port timeouts");
     }
+    currentSettings.c_cc[VMIN] = minBytes;
+    currentSettings.c_cc[VTIME] = vtime;
+    if (!ApplyTimeouts()) {
+        const int error = errno;
+        if (tcgetattr(handle, &deviceSettings) != 0) {
+            Fail("Cannot read serial port timeouts");
+        }
+        errno = error;
+        Fail("Cannot set serial port timeouts");
+    }
+    settingsApplied = true;
+}
+
+// Everything but the timeouts was applied and checked when the port was opened.
+bool ComPort::ApplyTimeouts() {
+    static_assert(sizeof(tcflag_t) == sizeof(unsigned int) && sizeof(cc_t) == 1,
+                  "termios field types");
+    const TerminalModes modes = {currentSettings.c_iflag,
+                                 currentSettings.c_oflag,
+                                 currentSettings.c_cflag,
+                                 currentSettings.c_lflag,
+                                 currentSettings.c_line,
+                                 currentSettings.c_cc,
+                                 NCCS};
+    return SetTerminalModesNow(handle, modes);
 }
 
 // The C library double-checks a change of the control flags and reports EINVAL when the
@@ -301,6 +438,9 @@ unsigned int ComPort::ReadUnknownSize(byte* data, unsigned int size,
 
     unsigned int count = 0;
     while (count < size) {
+        if (count > 0 && !WaitForNextByte()) {
+            break; // the line fell silent within the block
+        }
         const unsigned int received = ReceiveBytes(data + count, size - count);
         if (received == 0) {
             break; // the line stayed silent for the timeout
@@ -349,7 +489,30 @@ unsigned int ComPort::ReceiveBytes(byte* data, unsigned int maxSize) {
             return static_cast<unsigned int>(result);
         }
         if (errno != EINTR) {
-            throw new SystemException("Serial port read error");
+            Fail("Serial port read error");
+        }
+    }
+}
+
+// Waits until a further byte of a block can be read; false when the line stays silent for
+// byteMaxTimeMs. The port's VMIN 1 would wait without limit.
+bool ComPort::WaitForNextByte() {
+    if (byteMaxTimeMs <= 0 || !readAhead.empty()) {
+        return true;
+    }
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(byteMaxTimeMs);
+    for (;;) {
+        const long long leftMs =
+            std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+        pollfd device = {handle, POLLIN, 0};
+        const int ready = poll(&device, 1, static_cast<int>(std::max(leftMs, 0LL)));
+        if (ready != -1) {
+            // A hang-up or error counts as ready: the read then reports it.
+            return ready > 0;
+        }
+        if (errno != EINTR) {
+            Fail("Serial port read error");
         }
     }
 }
@@ -378,7 +541,7 @@ bool ComPort::Write(const byte* data, unsigned int size) {
     const long long startTime = timer.GetValue();
     const ssize_t written = write(handle, data, size);
     if (written == -1) {
-        throw new SystemException("Serial port write error");
+        Fail("Serial port write error");
     }
     const long long endTime = timer.GetValue();
     DataLogger::LogBlock(data, static_cast<unsigned int>(written), startTime, endTime,

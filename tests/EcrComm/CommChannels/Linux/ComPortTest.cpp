@@ -1,7 +1,12 @@
 #include "EcrComm/CommChannels/Linux/ComPort.h"
 
+#include <cstdio>
+#include <functional>
 #include <gmock/gmock.h>
+#include <grp.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -34,6 +39,36 @@ protected:
     testsupport::TempDir m_dir;
     PseudoTerminal m_pty;
 };
+
+// Runs action in a child process, as user nobody when the test runs as root; returns what the
+// child wrote to standard error.
+std::string InChildWithoutPrivileges(const std::function<void()>& action) {
+    int pipeEnds[2];
+    if (pipe(pipeEnds) != 0) {
+        return "no pipe";
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        const uid_t nobody = 65534;
+        dup2(pipeEnds[1], STDERR_FILENO);
+        if (geteuid() == 0 &&
+            (setgroups(0, nullptr) != 0 || setgid(nobody) != 0 || setuid(nobody) != 0)) {
+            _exit(1);
+        }
+        action();
+        _exit(0);
+    }
+    close(pipeEnds[1]);
+    std::string output;
+    char buffer[256];
+    for (ssize_t n; (n = read(pipeEnds[0], buffer, sizeof(buffer))) > 0;) {
+        output.append(buffer, static_cast<size_t>(n));
+    }
+    close(pipeEnds[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return output;
+}
 
 // Data bits, parity and stop bits, e.g. "8O1"; parity counts only when its input check is on.
 std::string FrameOf(const termios& s) {
@@ -102,22 +137,60 @@ TEST_F(ComPortTest, SettingsStringValuesAreAppliedWithTheirByteTimeout) {
     EXPECT_EQ(port.GetByteTimeoutMs(), 286);
 }
 
-TEST_F(ComPortTest, OpenFailuresHaveTheirOwnMessages) {
+TEST_F(ComPortTest, OpenFailuresHaveTheirOwnMessagesAndNameTheirCause) {
     Configure({});
     ComPort port;
     std::string log;
     EXPECT_EQ(ErrorOf([&] { port.Open(); }, &log).substr(0, 4), "10: ");
     EXPECT_EQ(log, "Bad or missing tty name");
 
-    Configure({{"TTY", "no-such-tty-for-tavo"}});
-    EXPECT_EQ(ErrorOf([&] { port.Open(); }), "50: System error: Unable to open serial port");
-    // A device that is not a terminal.
-    Configure({{"TTY", "null"}});
-    EXPECT_EQ(ErrorOf([&] { port.Open(); }), "50: System error: Cannot read serial port "
-                                             "settings. Please ensure that correct TTY specified");
-    port.Close();
-    Configure({{"TTY", m_pty.TtyName()}}, "ComSettings=baud=300\n");
-    EXPECT_EQ(ErrorOf([&] { port.Open(); }), "50: System error: Bad serial port setup parameters");
+    // The other program on the device is this test, through a port of its own.
+    ConfigureTty();
+    ComPort holder;
+    holder.Open();
+    const std::string device = "/dev/" + m_pty.TtyName();
+    struct Case {
+        std::string tty, ini, error;
+        std::string cause; // a regular expression for standard error
+    };
+    const Case cases[] = {
+        {"pts/99999", "", "50: System error: Unable to open serial port",
+         "tavo: /dev/pts/99999: No such file or directory; "
+         "(serial devices here:( /dev/[^ ]+)+|no serial device found)\n"},
+        // A device that is not a terminal.
+        {"null", "",
+         "50: System error: Cannot read serial port settings. Please ensure that correct TTY "
+         "specified",
+         "tavo: /dev/null: Inappropriate ioctl for device\n"},
+        {m_pty.TtyName(), "", "16: \nAnother application is working now with ECR",
+         "tavo: " + device + ": in use by process " + std::to_string(getpid()) + "\n"},
+        {m_pty.TtyName(), "ComSettings=baud=300\n[Common]\nSkipInstanceChecking=1\n",
+         "50: System error: Bad serial port setup parameters", ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.tty);
+        Configure({{"TTY", c.tty}}, c.ini);
+        ::testing::internal::CaptureStderr();
+        EXPECT_EQ(ErrorOf([&] { port.Open(); }), c.error);
+        EXPECT_THAT(::testing::internal::GetCapturedStderr(), ::testing::MatchesRegex(c.cause));
+        port.Close();
+    }
+    holder.Close();
+
+    // A device the user may not open (as nobody, when the test runs as root) names the group
+    // that may.
+    struct stat node;
+    ASSERT_EQ(stat(device.c_str(), &node), 0);
+    ASSERT_EQ(chmod(device.c_str(), 0060), 0);
+    Configure({{"TTY", m_pty.TtyName()}});
+    const std::string outcome = InChildWithoutPrivileges(
+        [&] { std::fprintf(stderr, "%s\n", ErrorOf([&] { port.Open(); }).c_str()); });
+    chmod(device.c_str(), node.st_mode & 07777);
+    const group* owningGroup = getgrgid(node.st_gid);
+    ASSERT_NE(owningGroup, nullptr);
+    EXPECT_EQ(outcome, "tavo: " + device + ": Permission denied; add the user to group " +
+                           owningGroup->gr_name +
+                           "\n50: System error: Unable to open serial port\n");
 }
 
 TEST_F(ComPortTest, OpenAppliesComSettingsFromTheUnnamedSectionAndCloseRestores) {
@@ -129,10 +202,15 @@ TEST_F(ComPortTest, OpenAppliesComSettingsFromTheUnnamedSectionAndCloseRestores)
     ConfigureTty("ComSettings = baud=9600 parity=n stop=2\n[Common]\nComSettings=baud=4800\n");
     ComPort port;
     port.Open();
-    termios applied = DeviceSettings();
-    EXPECT_EQ(cfgetospeed(&applied), B9600);
-    EXPECT_EQ(FrameOf(applied), "8N2");
-    EXPECT_EQ(applied.c_lflag & (ECHO | ICANON), 0u);
+    // A timeout change applies the timeouts only and keeps the line as it is.
+    for (unsigned int timeoutMs : {0u, 300u}) {
+        port.SetReadTimeout(timeoutMs);
+        const termios applied = DeviceSettings();
+        EXPECT_EQ(cfgetospeed(&applied), B9600);
+        EXPECT_EQ(FrameOf(applied), "8N2");
+        EXPECT_EQ(applied.c_lflag & (ECHO | ICANON), 0u);
+        EXPECT_EQ(applied.c_cc[VTIME], timeoutMs / 100);
+    }
     EXPECT_EQ(port.GetByteTimeoutMs(), 114);
 
     port.Close();
@@ -144,7 +222,7 @@ TEST_F(ComPortTest, OpenAppliesComSettingsFromTheUnnamedSectionAndCloseRestores)
     // Without "ComSettings" the default settings string applies.
     ConfigureTty("[Common]\nComSettings=baud=4800\n");
     port.Open();
-    applied = DeviceSettings();
+    const termios applied = DeviceSettings();
     EXPECT_EQ(cfgetospeed(&applied), B38400);
     // A pseudo-terminal keeps no parity bit, only its kind and the input check.
     EXPECT_NE(applied.c_cflag & PARODD, 0u);
@@ -218,16 +296,39 @@ TEST_F(ComPortTest, BlocksTravelUnchangedBothWays) {
     EXPECT_TRUE(port.WriteDirect(block.data(), 1));
     EXPECT_EQ(ToHex(m_pty.Read(1, 1000)), "02");
 
-    // Bytes after the first are awaited without a time limit.
-    port.SetReadTimeout(100);
-    Peer peer(m_pty, [](PseudoTerminal& pty) {
-        pty.Write(HexBytes("01"));
-        usleep(400000); // far beyond the first-byte and the per-byte timeouts
-        pty.Write(HexBytes("02 03"));
-    });
-    EXPECT_TRUE(port.Read(data, 3));
-    EXPECT_EQ(ToHex(Bytes(data, data + 3)), "01 02 03");
-    peer.Join();
+    // Bytes after the first are awaited far beyond the first-byte and per-byte timeouts, up to
+    // "SerialProtocolByteMaxTime" of silence (0: without limit), after which the read ends
+    // short. Either way the device is left with the read timeout it had.
+    struct Gap {
+        const char* byteMaxTime;
+        int silenceMs; // before the last two bytes; -1: they never come
+        unsigned int count;
+        long long minMs, maxMs;
+    };
+    const Gap gaps[] = {
+        {"600", 300, 3, 290, 1500}, {"0", 700, 3, 690, 1900}, {"300", -1, 1, 290, 1000}};
+    for (const Gap& gap : gaps) {
+        SCOPED_TRACE(gap.byteMaxTime);
+        port.Close();
+        Configure({{"TTY", m_pty.TtyName()}, {"SerialProtocolByteMaxTime", gap.byteMaxTime}});
+        port.Open();
+        port.SetReadTimeout(100);
+        Peer peer(m_pty, [&gap](PseudoTerminal& pty) {
+            pty.Write(HexBytes("01"));
+            if (gap.silenceMs >= 0) {
+                usleep(gap.silenceMs * 1000);
+                pty.Write(HexBytes("02 03"));
+            }
+        });
+        unsigned int count = 0;
+        const long long ms = MeasureMs([&] { count = port.ReadUnknownSize(data, 3, 0x7F); });
+        peer.Join();
+        EXPECT_EQ(count, gap.count);
+        EXPECT_GE(ms, gap.minMs);
+        EXPECT_LT(ms, gap.maxMs);
+        EXPECT_EQ(DeviceSettings().c_cc[VMIN], 0);
+        EXPECT_EQ(DeviceSettings().c_cc[VTIME], 1);
+    }
 
     std::string log;
     EXPECT_EQ(ErrorOf([&] { port.Read(nullptr, 1); }, &log), internalError);
@@ -249,6 +350,7 @@ TEST_F(ComPortTest, VanishedDeviceEndsWithAFixedError) {
     });
     byte data[4];
     std::string error;
+    ::testing::internal::CaptureStderr();
     EXPECT_LT(MeasureMs([&] { error = ErrorOf([&] { port.Read(data, 4); }); }), 5000);
     peer.Join();
     // The read that was waiting fails; had the hang-up come between two reads, the next
@@ -258,5 +360,8 @@ TEST_F(ComPortTest, VanishedDeviceEndsWithAFixedError) {
     EXPECT_EQ(ErrorOf([&] { port.Write(data, 1); }), "50: System error: Serial port write error");
     EXPECT_EQ(ErrorOf([&] { port.SetReadTimeout(100); }),
               "50: System error: Cannot read serial port timeouts");
+    // Each failure names the device and the system's reason.
+    const std::string cause = "tavo: /dev/" + m_pty.TtyName() + ": Input/output error\n";
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), cause + cause + cause);
     port.Close();
 }
