@@ -5,6 +5,7 @@
 
 #include "AppConfig.h"
 #include "Commands.h"
+#include "EcrComm/CommChannels/DataLogger.h"
 #include "EcrComm/EcrComm.h"
 #include "EcrComm/IoStatistics.h"
 #include "FileErrors.h"
@@ -77,11 +78,11 @@ int RunApplication(int argc, const char* const* argv) {
         FileErrors::Reset();
         StartLogging();
         LogMsg(LogType_Both, "\n", false);
-        LogMsg(LogType_Both,
-               Format("%s driver version %s%s started (as %s). Command line: %s", programName,
-                      programVersion, programBuildSuffix, "executable",
-                      GetCommandLine(argc, argv).c_str()),
-               true);
+        const std::string startLine = Format(
+            "%s driver version %s%s started (as %s). Command line: %s", programName, programVersion,
+            programBuildSuffix, "executable", GetCommandLine(argc, argv).c_str());
+        LogMsg(LogType_Both, startLine, true);
+        OpenTraceFile(startLine);
         InstallInterruptHandlers();
         CheckOtherTAVOInstances();
         status = params.command == Command_RunServer ? RunServer() : ExecuteCommand(params);
@@ -89,6 +90,7 @@ int RunApplication(int argc, const char* const* argv) {
         status = HandleException(e);
     }
     Ipc::LeaveSingleProcessBlock();
+    CloseTraceFile();
     const std::string completed =
         Format("Completed %s", status == ReturnCode_OK ? "OK" : "with errors");
     LogMsgNoThrow(LogType_Both, completed, true);

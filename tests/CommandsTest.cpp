@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <sstream>
 #include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
@@ -133,10 +134,23 @@ TEST_F(CommandsTest, ClearAndSendReplacesAndDeleteRemoves) {
     ExpectSection(sim, 3, Articles(10, 3));
 
     WriteFile(File("gone.csv"), "11\r\n");
-    r = Tavo(sim, {"delete", "3", File("gone.csv")});
+    r = Tavo(sim, {"delete", "3", File("gone.csv")}, {"/TraceFile=" + File("trace.txt")});
     EXPECT_EQ(r.exitStatus, 0);
     EXPECT_EQ(FinalLines(r.output), "Records deleted: 1\nCompleted OK\nReturn value 0\n");
     ExpectSection(sim, 3, Articles(10, 1) + Articles(12, 1));
+    // The trace: the start line, then request, record and end of data each going out and
+    // acknowledged, and the two answers coming in and acknowledged.
+    std::istringstream trace(ReadFile(File("trace.txt")));
+    std::string line;
+    std::getline(trace, line);
+    EXPECT_NE(line.find(" started (as executable). Command line: "), std::string::npos) << line;
+    std::string directions;
+    while (std::getline(trace, line)) {
+        ASSERT_GT(line.size(), 33u);
+        directions += line.substr(24, 7) + line.substr(31, 3) + "|";
+    }
+    EXPECT_EQ(directions, "PC->ECR 14|PC<-ECR  1|PC<-ECR  9|PC->ECR  1|PC->ECR 12|PC<-ECR  1|"
+                          "PC<-ECR  9|PC->ECR  1|PC->ECR  8|PC<-ECR  1|");
 }
 
 TEST_F(CommandsTest, InitAndClearWaitForTheEcr) {
