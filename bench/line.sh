@@ -10,7 +10,7 @@
 #   - tavo's CPU time (user + system) per record and the records per second of a 10,000-record
 #     run against an unpaced ecrsim, medians of 3 runs;
 #   - the bytes one record takes on the line, both directions together (the exchange is half
-#     duplex, so both count), from a TraceFile run (or, before tavo writes traces, from strace);
+#     duplex, so both count), from TraceFile runs;
 #   - records per second against ecrsim --baud 38400 and 115200 as a percentage of the limit
 #     those bytes allow: baud / 10 bits per byte / bytes per record (median of 3);
 #   - records per second with --turnaround 16 (the delay a USB adapter adds before every
@@ -127,23 +127,21 @@ syscalls() { # command count parameters...
 line_bytes() { # command count parameters...
     rm -f "$work/trace"
     run -- "$@" /TraceFile="$work/trace"
-    if [ -s "$work/trace" ]; then
-        awk '!/\(ignored by STCP\)/ && match($0, /(PC->ECR|PC<-ECR) *[0-9]+ bytes/) {
-                 sum += substr($0, RSTART + 7, RLENGTH - 13) } END { print sum + 0 }' \
-            "$work/trace"
-    elif command -v strace >/dev/null; then
-        run strace -f -e trace=openat,read,write -o "$work/io" -- "$@"
-        awk -v dev="\"/dev/$tty\"" '
-            $0 ~ "openat\\(.*" dev { fd = $NF }
-            fd != "" && ($2 ~ "^(read|write)\\(" fd ",") && $NF > 0 { sum += $NF }
-            END { print sum + 0 }' "$work/io"
-    else
-        echo "no TraceFile written and no strace: cannot count the bytes" >&2
-        exit 1
-    fi
+    awk '!/\(ignored by STCP\)/ && match($0, /(PC->ECR|PC<-ECR) *[0-9]+ bytes/) {
+             sum += substr($0, RSTART + 7, RLENGTH - 13) } END { print sum + 0 }' "$work/trace"
 }
 
 median() { sort -g | awk '{ v[NR] = $1 } END { print v[int((NR + 1) / 2)] }'; }
+
+median_rates() { # count parameters...: median Send and Read rates of 3 rounds of four runs
+    local count=$1 round
+    shift
+    for round in 1 2 3; do
+        rates "$(four_runs wall_seconds "$count" "$@")" "$count"
+        echo
+    done >"$work/rates"
+    echo "$(awk '{ print $1 }' "$work/rates" | median) $(awk '{ print $2 }' "$work/rates" | median)"
+}
 
 start_sim --packet 1
 big=10000
@@ -175,16 +173,6 @@ read -r send_bytes read_bytes <<<"$(per_record "$(four_runs line_bytes $line_rec
     $line_records)"
 printf 'Bytes on the line per record (both ways):   Send %6.2f   Read %6.2f\n' "$send_bytes" \
     "$read_bytes"
-
-median_rates() { # count parameters...: median Send and Read rates of 3 rounds of four runs
-    local count=$1 round
-    shift
-    for round in 1 2 3; do
-        rates "$(four_runs wall_seconds "$count" "$@")" "$count"
-        echo
-    done >"$work/rates"
-    echo "$(awk '{ print $1 }' "$work/rates" | median) $(awk '{ print $2 }' "$work/rates" | median)"
-}
 
 for baud in 38400 115200; do
     start_sim --baud $baud --bits-per-byte $bits_per_byte --packet 1

@@ -40,33 +40,29 @@ protected:
     PseudoTerminal m_pty;
 };
 
-// Runs action in a child process, as user nobody when the test runs as root; returns what the
-// child wrote to standard error.
-std::string InChildWithoutPrivileges(const std::function<void()>& action) {
-    int pipeEnds[2];
-    if (pipe(pipeEnds) != 0) {
+// What action writes to standard error in a child process, which runs as user nobody when the
+// test runs as root.
+std::string StderrOfUnprivilegedChild(const std::function<void()>& action) {
+    int ends[2];
+    if (pipe(ends) != 0) {
         return "no pipe";
     }
-    const pid_t child = fork();
-    if (child == 0) {
+    if (fork() == 0) {
         const uid_t nobody = 65534;
-        dup2(pipeEnds[1], STDERR_FILENO);
-        if (geteuid() == 0 &&
-            (setgroups(0, nullptr) != 0 || setgid(nobody) != 0 || setuid(nobody) != 0)) {
-            _exit(1);
+        dup2(ends[1], STDERR_FILENO);
+        if (geteuid() != 0 ||
+            (setgroups(0, nullptr) == 0 && setgid(nobody) == 0 && setuid(nobody) == 0)) {
+            action();
         }
-        action();
         _exit(0);
     }
-    close(pipeEnds[1]);
+    close(ends[1]);
     std::string output;
-    char buffer[256];
-    for (ssize_t n; (n = read(pipeEnds[0], buffer, sizeof(buffer))) > 0;) {
-        output.append(buffer, static_cast<size_t>(n));
+    for (char c; read(ends[0], &c, 1) == 1;) {
+        output += c;
     }
-    close(pipeEnds[0]);
-    int status = 0;
-    waitpid(child, &status, 0);
+    close(ends[0]);
+    wait(nullptr);
     return output;
 }
 
@@ -183,7 +179,7 @@ TEST_F(ComPortTest, OpenFailuresHaveTheirOwnMessagesAndNameTheirCause) {
     ASSERT_EQ(stat(device.c_str(), &node), 0);
     ASSERT_EQ(chmod(device.c_str(), 0060), 0);
     Configure({{"TTY", m_pty.TtyName()}});
-    const std::string outcome = InChildWithoutPrivileges(
+    const std::string outcome = StderrOfUnprivilegedChild(
         [&] { std::fprintf(stderr, "%s\n", ErrorOf([&] { port.Open(); }).c_str()); });
     chmod(device.c_str(), node.st_mode & 07777);
     const group* owningGroup = getgrgid(node.st_gid);
