@@ -1,8 +1,12 @@
 #include "SectionStore.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <dirent.h>
 #include <fstream>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "DataConverter.h"
 #include "Formatting/BinaryDataParser.h"
@@ -11,7 +15,43 @@ namespace {
 
 const long long unnumberedBase = 1LL << 62;
 
+std::string Problem(const std::string& what, const std::string& path) {
+    return what + " " + path + ": " + std::strerror(errno);
+}
+
+void ReportUnsaved(const std::string& path) {
+    std::fprintf(stderr, "ecrsim: cannot write %s: %s\n", path.c_str(), std::strerror(errno));
+}
+
 } // namespace
+
+std::string SectionStore::PrepareDataDir(const std::string& dataDir) {
+    if (dataDir.empty()) {
+        return "";
+    }
+    // Each missing directory on the way, from the top down.
+    for (size_t slash = dataDir.find('/', 1);; slash = dataDir.find('/', slash + 1)) {
+        const std::string path = dataDir.substr(0, slash);
+        if (mkdir(path.c_str(), 0777) != 0 && errno != EEXIST) {
+            return Problem("cannot create the data directory", path);
+        }
+        if (slash == std::string::npos) {
+            break;
+        }
+    }
+    struct stat info;
+    if (stat(dataDir.c_str(), &info) != 0) {
+        return Problem("cannot use the data directory", dataDir);
+    }
+    if (!S_ISDIR(info.st_mode)) {
+        errno = ENOTDIR;
+        return Problem("cannot use the data directory", dataDir);
+    }
+    if (access(dataDir.c_str(), W_OK | X_OK) != 0) {
+        return Problem("cannot write into the data directory", dataDir);
+    }
+    return "";
+}
 
 std::string RecordAsCsv(const std::vector<byte>& record) {
     DataConverter::Initialize(FileType_CSV);
@@ -72,9 +112,14 @@ void SectionStore::Save(int section) const {
     if (m_dataDir.empty()) {
         return;
     }
-    std::ofstream out(SectionPath(section), std::ios::binary | std::ios::trunc);
+    const std::string path = SectionPath(section);
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
     for (const std::vector<byte>& record : Records(section)) {
         out << RecordAsCsv(record) << "\r\n";
+    }
+    out.close();
+    if (!out) {
+        ReportUnsaved(path);
     }
 }
 
@@ -82,13 +127,18 @@ void SectionStore::Journal(const std::vector<byte>& command) const {
     if (m_dataDir.empty()) {
         return;
     }
-    std::ofstream out(m_dataDir + "/fiscal.csv", std::ios::binary | std::ios::app);
+    const std::string path = m_dataDir + "/fiscal.csv";
+    std::ofstream out(path, std::ios::binary | std::ios::app);
     std::vector<byte> data(command.begin() + 1, command.end());
     out << static_cast<int>(command[0]);
     if (!data.empty()) {
         out << "," << RecordAsCsv(data);
     }
     out << "\r\n";
+    out.close();
+    if (!out) {
+        ReportUnsaved(path);
+    }
 }
 
 void SectionStore::Load() {
@@ -104,9 +154,10 @@ void SectionStore::Load() {
             std::string(tail) != "csv") {
             continue;
         }
-        std::ifstream in(m_dataDir + "/" + entry->d_name, std::ios::binary);
+        const std::string path = m_dataDir + "/" + entry->d_name;
+        std::ifstream in(path, std::ios::binary);
         std::string line;
-        while (std::getline(in, line)) {
+        for (int lineNumber = 1; std::getline(in, line); ++lineNumber) {
             if (!line.empty() && line.back() == '\r') {
                 line.pop_back();
             }
@@ -116,6 +167,9 @@ void SectionStore::Load() {
                                        static_cast<ushort>(line.size()), record, sizeof(record));
             if (length > 0) {
                 Put(section, std::vector<byte>(record, record + length));
+            } else if (!line.empty()) {
+                std::fprintf(stderr, "ecrsim: %s line %d is not a record; left out\n", path.c_str(),
+                             lineNumber);
             }
         }
     }

@@ -7,20 +7,27 @@
 #include <string>
 #include <vector>
 
-#include "SimLine.h"
+#include "EcrComm/CommBase.h"
 
 class SectionStore {
 public:
+    // Loads the sections found in dataDir (none when it is empty: memory only). The directory
+    // must exist (see PrepareDataDir).
     explicit SectionStore(const std::string& dataDir);
+
+    // Creates dataDir and the directories above it when they are missing. Returns an empty
+    // text when the directory is there and writable, else what is wrong, naming the path.
+    static std::string PrepareDataDir(const std::string& dataDir);
 
     // Adds or replaces the record with the same number.
     void Put(int section, const std::vector<byte>& record);
     void Remove(int section, const std::vector<byte>& record);
     void Clear(int section);
     std::vector<std::vector<byte>> Records(int section) const;
-    // Writes the section's file, when there is a data directory.
+    // Writes the section's file, when there is a data directory; a failure is reported on
+    // standard error and the section stays in memory.
     void Save(int section) const;
-    // Appends one executed fiscal command to the journal.
+    // Appends one executed fiscal command to the journal, reporting a failure as Save does.
     void Journal(const std::vector<byte>& command) const;
 
     // The record's number: its first field when that is a number, else -1.

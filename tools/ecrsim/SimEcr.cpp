@@ -30,8 +30,11 @@ std::vector<byte> Code(byte code) {
 } // namespace
 
 SimEcr::SimEcr(const SimOptions& options, SectionStore& store)
-    : m_options(options), m_store(store), m_standardId(options.protocolSet == 1 ? 11 : 1),
-      m_fiscalId(options.protocolSet == 1 ? 13 : 3), m_authId(options.protocolSet == 1 ? 14 : 4) {}
+    : m_options(options), m_store(store),
+      m_standardId(options.protocolSet == 1 ? Protocol_Standard_Set1 : Protocol_Standard),
+      m_fiscalId(options.protocolSet == 1 ? Protocol_Fiscal_Set1 : Protocol_Fiscal),
+      m_authId(options.protocolSet == 1 ? Protocol_SessionAuth_Set1 : Protocol_SessionAuth),
+      m_packet(static_cast<size_t>(options.packet)) {}
 
 void SimEcr::Log(const std::string& text) const {
     if (!m_options.quiet) {
@@ -40,13 +43,36 @@ void SimEcr::Log(const std::string& text) const {
 }
 
 void SimEcr::NewConnection() {
-    m_authorised = false;
     Log("new connection");
+    if (m_state != State_Idle || !m_outgoing.empty() || !m_held.empty()) {
+        Log("the unfinished session of the previous link ends");
+    }
+    m_outgoing.clear();
+    m_held.clear();
+    m_state = State_Idle;
+    m_authorised = false;
 }
 
-void SimEcr::Queue(const std::vector<byte>& data) {
-    // Answers go out under the identifier of the protocol they answer.
-    m_outgoing.push_back(data);
+void SimEcr::EndSession(const std::string& reason) {
+    Log("data session ended: " + reason);
+    m_outgoing.clear();
+    m_held.clear();
+    if (InDataSession()) {
+        m_store.Save(m_section);
+        m_state = State_TimedOut;
+    }
+}
+
+bool SimEcr::HeldPacketComplete() const {
+    return m_packet > 0 && m_held.size() >= m_packet;
+}
+
+void SimEcr::ReleaseHeld(bool afterPause) {
+    if (afterPause && m_options.packet == 0) {
+        m_packet = std::max(m_packet, m_held.size());
+    }
+    m_outgoing.insert(m_outgoing.end(), m_held.begin(), m_held.end());
+    m_held.clear();
 }
 
 void SimEcr::Handle(const std::vector<byte>& frame) {
@@ -114,6 +140,9 @@ void SimEcr::HandleRequest(const std::vector<byte>& data) {
     case Action_Write:
     case Action_Delete:
         answer(ResponseCode_OK);
+        if (m_options.packet == 0) {
+            m_packet = 0; // another run may send packets of another size
+        }
         m_state = action == Action_Write ? State_Writing : State_Deleting;
         break;
     case Action_Clear:

@@ -12,17 +12,32 @@
 
 class SimEcr {
 public:
+    // Neither the options nor the store are owned; both must outlive the object.
     SimEcr(const SimOptions& options, SectionStore& store);
 
-    // Handles one application frame; answers are queued for Outgoing.
+    // Handles one application frame; answers are queued for Outgoing or held (HasHeld).
     void Handle(const std::vector<byte>& frame);
-    // The PC has opened the line anew: a new session needs a new authorisation.
+    // The PC has opened the line anew: an unfinished data session ends, everything queued
+    // for the old link is dropped, and a new session needs a new authorisation.
     void NewConnection();
+    // Ends an unfinished data session on the register's side (the reason goes to the traffic
+    // log): queued and held answers are dropped, and records that still come are answered
+    // "unknown command" until the next operation request.
+    void EndSession(const std::string& reason);
+    // True while the PC is sending the records of a write or delete.
+    bool InDataSession() const { return m_state == State_Writing || m_state == State_Deleting; }
 
     // Answers to send now, in order.
     std::deque<std::vector<byte>>& Outgoing() { return m_outgoing; }
-    // Answers to records, held while the PC may still be sending records of its packet.
-    std::deque<std::vector<byte>>& Held() { return m_held; }
+
+    // Answers to records are held while the PC may still be sending records of its packet:
+    // an answer crossing the PC's next record would be lost on the PC's side.
+    bool HasHeld() const { return !m_held.empty(); }
+    // True when a whole packet's answers are held (the packet size is given or learnt).
+    bool HeldPacketComplete() const;
+    // Moves the held answers to Outgoing. afterPause: the PC has gone quiet, so it has sent
+    // its whole packet; the count then teaches the packet size unless --packet gave it.
+    void ReleaseHeld(bool afterPause);
 
 private:
     // After its data session timed out the ECR answers records "unknown command" until a new
@@ -34,7 +49,6 @@ private:
     void HandleRecord(const std::vector<byte>& record);
     void HandleAfterTimeout(const std::vector<byte>& data);
     void HandleFiscal(const std::vector<byte>& data);
-    void Queue(const std::vector<byte>& data);
     std::vector<byte> StatusRecord(bool eft) const;
     void Log(const std::string& text) const;
 
@@ -47,6 +61,7 @@ private:
     State m_state = State_Idle;
     int m_section = 0;
     int m_sessionRecords = 0;
+    size_t m_packet; // records per packet; 0 while not known
     int m_fiscalCommands = 0;
     std::deque<std::vector<byte>> m_outgoing;
     std::deque<std::vector<byte>> m_held;

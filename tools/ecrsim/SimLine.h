@@ -1,32 +1,81 @@
-// The simulator's end of the serial line: buffered byte reads with time limits, and writes,
-// both with optional damage to single bytes.
+// The simulator's end of the serial line: byte reads with time limits and writes, both with
+// optional damage to single bytes. On a pseudo-terminal it can also play the timing of a real
+// line, which a pseudo-terminal does not have: bytes pass no faster than the line speed in
+// either direction, and every answer starts after a fixed turnaround delay.
+//
+// Every wait of the line returns soon after a stop was requested (RequestStop, the handler of
+// SIGINT and SIGTERM), so the simulator can always be ended.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <deque>
 #include <random>
 #include <string>
 #include <vector>
 
-typedef uint8_t byte;
+#include "EcrComm/CommBase.h"
+
+// The time behaviour of the line.
+struct LineTiming {
+    int baud = 0;         // bytes per second times bitsPerByte; 0: bytes pass at once
+    int bitsPerByte = 10; // start bit, 8 data bits, stop bit
+    int turnaroundMs = 0; // delay before every write (an adapter's latency)
+};
 
 class SimLine {
 public:
-    SimLine(int fd, double corruptRate, unsigned seed);
+    // fd is the line, read and written without blocking. unreadSide, when not -1, is the
+    // other side of a pseudo-terminal: through it bytes that nobody took can be dropped. The
+    // object does not own either descriptor.
+    SimLine(int fd, int unreadSide, const LineTiming& timing, double corruptRate, unsigned seed);
 
-    // One byte within timeoutMs; false when the line stayed silent.
+    // The signal handler: asks every wait of the line to return at once.
+    static void RequestStop(int signal);
+    // True once a stop was requested; every call below then returns false at once.
+    static bool StopRequested();
+
+    // One byte within timeoutMs; false when the line stayed silent or a stop was requested. On
+    // a timed line a byte is ready only when its transmission time after the previous byte
+    // has passed.
     bool ReadByte(byte& value, int timeoutMs);
-    void Write(const std::vector<byte>& bytes);
+    // Sends the bytes after the turnaround delay and, on a timed line, paced to the line
+    // speed against a running schedule. False when a stop was requested before all were sent.
+    bool Write(const std::vector<byte>& bytes);
+    // Drops what was written but not yet read by the PC, as a real line loses what it sends to
+    // a port that nobody reads; stale answers must not greet the next run.
+    void DropUnread();
     // Noise that never contains a frame start.
     std::vector<byte> Noise(int count);
+    // The time one byte takes on the line, in milliseconds (0 without a line speed).
+    double ByteTimeMs() const;
 
 private:
+    using Clock = std::chrono::steady_clock;
+    struct Arrival {
+        byte value;
+        Clock::time_point ready;
+    };
+
     byte MaybeDamage(byte value);
+    // Waits until the deadline, or until bytes arrive when returnOnInput, taking in what
+    // arrives meanwhile. False when a stop was requested.
+    bool WaitUntil(Clock::time_point deadline, bool returnOnInput, short events = 0);
+    // Takes in every byte that is waiting on the line, stamped with when it is ready.
+    void Collect();
+    // Writes all bytes as soon as the line takes them; false when a stop was requested.
+    bool WriteNow(const byte* data, size_t size);
+    // When the byte with this index (from 0) of a block started at start is through.
+    Clock::time_point ByteEnd(Clock::time_point start, size_t index) const;
 
     int m_fd;
+    int m_unreadSide;
+    LineTiming m_timing;
     double m_corruptRate;
     std::mt19937 m_random;
-    std::vector<byte> m_buffer;
-    size_t m_position = 0;
+    std::deque<Arrival> m_input;
+    Clock::time_point m_inputFreeAt;  // when the last byte received is through
+    Clock::time_point m_outputFreeAt; // when the last byte sent is through
 };
 
 // Hex dump of bytes for the traffic log: "02 20 41 03".

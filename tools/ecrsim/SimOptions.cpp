@@ -28,7 +28,13 @@ const char helpText[] =
     "\n"
     "Line:\n"
     "  --device PATH          serve a serial device (null-modem cable, USB adapter) instead\n"
-    "  --baud N               line speed on a device (default 38400)\n"
+    "  --baud N               line speed: on a device its setting (default 38400); on the\n"
+    "                         pseudo-terminal bytes then pass no faster than on such a line,\n"
+    "                         both ways (default: at once)\n"
+    "  --bits-per-byte B      bits one byte takes on that line (default 10: start bit, 8 data\n"
+    "                         bits, stop bit; 11 with parity)\n"
+    "  --turnaround MS        delay before every answer, ACK, NAK or frame, as a USB adapter\n"
+    "                         adds (default 0)\n"
     "  --parity n|o|e         parity on a device (default o, as tavo's default settings)\n"
     "  --tc-version 1|2|3     transport-control version (default 3); frames of another\n"
     "                         version are answered with NAK, so tavo's fallback shows\n"
@@ -36,11 +42,14 @@ const char helpText[] =
     "  --retries N            attempts per frame (default 10)\n"
     "\n"
     "Cash register:\n"
-    "  --data-dir DIR         load and save sections in DIR\n"
+    "  --data-dir DIR         load and save sections in DIR (created when missing)\n"
     "  --protocol-set 0|1     protocol identifiers 1/3/4 or 11/13/14 (default 1)\n"
     "  --password TEXT        ask for authorisation with this password\n"
-    "  --packet N             tavo's RecordsInPacket, so answers go out without delay\n"
-    "                         (default 1; other sizes still work, a little slower)\n"
+    "  --packet N             tavo's RecordsInPacket: answers to records are held until N\n"
+    "                         are due (default: learnt from the first pause of each session)\n"
+    "  --packet-gap MS        a pause after which held answers go out anyway (default 50)\n"
+    "  --idle-timeout MS      end a data session that hears nothing for MS (default 5000;\n"
+    "                         0 never); a new link (frame number 0) always ends it\n"
     "  --wait-frames N        'wait' answers during clear, init and fiscal commands (default 2)\n"
     "  --request-answer CODE  answer every operation request with CODE (2 busy, 6 failed,\n"
     "                         7 not activated, 1 unknown command)\n"
@@ -55,6 +64,8 @@ const char helpText[] =
     "  --busy-record KEY      answer the record with this number 'can not update' (repeatable)\n"
     "  --bad-data KEY:FIELD   reject the record with this number, naming FIELD (1-based)\n"
     "  --session-timeout N    end every data session on the ECR side after N records\n"
+    "  --stall-answer N       send only the first byte (STX) of the Nth frame of the run, then\n"
+    "                         fall silent for good (still reading, never answering)\n"
     "\n"
     "  --quiet                no traffic log\n"
     "  --help                 this text\n";
@@ -90,6 +101,8 @@ SimOptions ParseSimOptions(int argc, char** argv) {
     const std::map<std::string, Setter> withValue = {
         {"--device", [&](auto&, auto& v) { o.device = v; }},
         {"--baud", [&](auto& n, auto& v) { o.baud = ToInt(n, v, 50, 4000000); }},
+        {"--bits-per-byte", [&](auto& n, auto& v) { o.bitsPerByte = ToInt(n, v, 1, 64); }},
+        {"--turnaround", [&](auto& n, auto& v) { o.turnaroundMs = ToInt(n, v, 0, 60000); }},
         {"--parity",
          [&](auto& n, auto& v) {
              if (v != "n" && v != "o" && v != "e") {
@@ -103,6 +116,7 @@ SimOptions ParseSimOptions(int argc, char** argv) {
         {"--password", [&](auto&, auto& v) { o.password = v; }},
         {"--packet", [&](auto& n, auto& v) { o.packet = ToInt(n, v, 1, 100000); }},
         {"--packet-gap", [&](auto& n, auto& v) { o.packetGapMs = ToInt(n, v, 1, 60000); }},
+        {"--idle-timeout", [&](auto& n, auto& v) { o.idleTimeoutMs = ToInt(n, v, 0, 3600000); }},
         {"--ack-timeout", [&](auto& n, auto& v) { o.ackTimeoutMs = ToInt(n, v, 1, 60000); }},
         {"--retries", [&](auto& n, auto& v) { o.retries = ToInt(n, v, 1, 1000); }},
         {"--wait-frames", [&](auto& n, auto& v) { o.waitFrames = ToInt(n, v, 0, 100000); }},
@@ -132,6 +146,7 @@ SimOptions ParseSimOptions(int argc, char** argv) {
          }},
         {"--session-timeout",
          [&](auto& n, auto& v) { o.sessionTimeoutAfter = ToInt(n, v, 1, 1000000000); }},
+        {"--stall-answer", [&](auto& n, auto& v) { o.stallAnswer = ToInt(n, v, 1, 1000000000); }},
     };
     for (int i = 1; i < argc; ++i) {
         const std::string name = argv[i];
@@ -153,4 +168,15 @@ SimOptions ParseSimOptions(int argc, char** argv) {
         setter->second(name, argv[++i]);
     }
     return o;
+}
+
+LineTiming TimingOf(const SimOptions& options) {
+    LineTiming timing;
+    timing.turnaroundMs = options.turnaroundMs;
+    if (options.device.empty()) {
+        // A device has the speed of its own line.
+        timing.baud = options.baud;
+        timing.bitsPerByte = options.bitsPerByte;
+    }
+    return timing;
 }

@@ -1,5 +1,6 @@
 #include "SimTransport.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "EcrComm/CommChannels/Compatibility/TcFrameSeqNo.h"
@@ -30,9 +31,11 @@ bool SimTransport::ReadRawFrame(std::vector<byte>& raw, int firstByteTimeoutMs, 
         raw.push_back(tcframe::STX);
     }
     int timeoutMs = firstByteTimeoutMs;
+    // A slow line needs longer between two bytes of a frame.
+    const int gapMs = std::max(interByteTimeoutMs, static_cast<int>(4 * m_line.ByteTimeMs()));
     byte b;
     while (m_line.ReadByte(b, timeoutMs)) {
-        timeoutMs = interByteTimeoutMs;
+        timeoutMs = gapMs;
         if (b == tcframe::STX) {
             if (!raw.empty()) {
                 noise.insert(noise.end(), raw.begin(), raw.end()); // a frame start again
@@ -88,19 +91,43 @@ SimTransport::FrameVerdict SimTransport::Check(const std::vector<byte>& raw,
     if (m_options.tcVersion == 1) {
         return Frame_New; // no sequence numbers to tell a repetition by
     }
+    if (seqNo == m_lastReceivedSeqNo &&
+        (seqNo != 0 || (!m_linkConfirmed && payload == m_firstPayload))) {
+        // A frame numbered 0 is a repetition (our ACK was lost) only while the PC may still be
+        // sending it: once it has taken a frame of ours, a frame 0 opens a new link.
+        return Frame_Repeated;
+    }
     if (seqNo == 0) {
-        // The PC opened the line (or changed the protocol version): numbering starts anew.
+        // The PC opened the line (or changed the protocol version): numbering starts anew,
+        // and whatever the PC has not read yet belongs to the old link.
+        if (!m_stalled) {
+            m_line.DropUnread();
+        }
         m_newConnection = true;
         m_sendSeqNo = 32;
-    } else if (seqNo == m_lastReceivedSeqNo) {
-        return Frame_Repeated;
+        m_firstPayload = payload;
+        m_linkConfirmed = false;
     }
     m_lastReceivedSeqNo = seqNo;
     return Frame_New;
 }
 
 void SimTransport::Answer(byte answer) {
-    m_line.Write(std::vector<byte>(1, answer));
+    if (!m_stalled) {
+        m_line.Write(std::vector<byte>(1, answer));
+    }
+}
+
+bool SimTransport::StallHere(const std::vector<byte>& frame) {
+    if (++m_framesSent != m_options.stallAnswer) {
+        return false;
+    }
+    m_line.Write(std::vector<byte>(frame.begin(), frame.begin() + 1));
+    m_stalled = true;
+    if (!m_options.quiet) {
+        std::fprintf(stderr, "ecrsim: -> frame cut after STX on purpose; silent from now on\n");
+    }
+    return true;
 }
 
 bool SimTransport::Receive(std::vector<byte>& payload, int timeoutMs) {
@@ -158,17 +185,24 @@ std::vector<byte> SimTransport::Build(const std::vector<byte>& payload) {
     return frame;
 }
 
-bool SimTransport::Send(const std::vector<byte>& payload) {
+SimTransport::SendResult SimTransport::Send(const std::vector<byte>& payload) {
+    if (m_stalled) {
+        return Send_Abandoned;
+    }
     const std::vector<byte> frame = Build(payload);
+    if (StallHere(frame)) {
+        return Send_Abandoned;
+    }
     for (int attempt = 1; attempt <= m_options.retries; ++attempt) {
-        if (m_options.garbageBytes > 0) {
-            m_line.Write(m_line.Noise(m_options.garbageBytes));
-        }
-        m_line.Write(frame);
+        // Noise and frame as one block, so the turnaround comes once.
+        std::vector<byte> block = m_line.Noise(m_options.garbageBytes);
+        block.insert(block.end(), frame.begin(), frame.end());
+        m_line.Write(block);
         byte b;
         while (m_line.ReadByte(b, m_options.ackTimeoutMs)) {
             if (b == tcframe::ACK) {
-                return true;
+                m_linkConfirmed = true;
+                return Send_Delivered;
             }
             if (b == tcframe::NAK) {
                 break;
@@ -182,10 +216,17 @@ bool SimTransport::Send(const std::vector<byte>& payload) {
             if (ReadRawFrame(raw, interByteTimeoutMs, true) && Check(raw, received) == Frame_New) {
                 m_received.push_back(received);
             }
+            if (m_newConnection) {
+                // A new run of tavo, which does not want this frame of the old one.
+                return Send_Abandoned;
+            }
+        }
+        if (SimLine::StopRequested()) {
+            return Send_Abandoned;
         }
         if (!m_options.quiet) {
             std::fprintf(stderr, "ecrsim: -> frame not acknowledged (attempt %d)\n", attempt);
         }
     }
-    return false;
+    return Send_Lost;
 }

@@ -1,4 +1,5 @@
 // ecrsim: a simulated cash register on a pseudo-terminal or a serial device.
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -17,15 +18,23 @@
 
 namespace {
 
-volatile std::sig_atomic_t stopRequested = 0;
-
-void RequestStop(int) {
-    stopRequested = 1;
-}
+using Clock = std::chrono::steady_clock;
 
 [[noreturn]] void Die(const std::string& message) {
     std::fprintf(stderr, "ecrsim: %s: %s\n", message.c_str(), std::strerror(errno));
     std::exit(1);
+}
+
+// SIGINT and SIGTERM end the simulator. Without SA_RESTART a blocking call that the signal
+// interrupts returns, and every wait of the line checks the request.
+void InstallStopHandlers() {
+    struct sigaction action = {};
+    action.sa_handler = SimLine::RequestStop;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = 0;
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
 }
 
 void MakeRaw(int fd, speed_t speed, char parity) {
@@ -75,13 +84,67 @@ int OpenPseudoTerminal(std::string& deviceName, int& deviceSide) {
     return master;
 }
 
+// The register at work until a stop is requested: answers go out first; answers to records
+// wait until the PC has sent its packet; a data session ends when a new link starts, when the
+// PC does not take an answer, or when nothing was heard from the PC for the idle time-out.
+void Serve(SimLine& line, SimTransport& transport, SimEcr& ecr, const SimOptions& options) {
+    // A packet has ended when the PC has been quiet for the gap; on a slow line the PC's next
+    // frame needs a few byte times more to show.
+    const int gapMs = options.packetGapMs + static_cast<int>(3 * line.ByteTimeMs());
+    Clock::time_point lastHeard = Clock::now();
+    std::vector<byte> frame;
+    while (!SimLine::StopRequested()) {
+        if (transport.TakeNewConnection() && !transport.Stalled()) {
+            ecr.NewConnection();
+        }
+        auto& outgoing = ecr.Outgoing();
+        if (transport.Stalled()) {
+            outgoing.clear();
+            transport.Receive(frame, 100); // read on, answer nothing
+            continue;
+        }
+        if (!outgoing.empty()) {
+            const SimTransport::SendResult result = transport.Send(outgoing.front());
+            if (result == SimTransport::Send_Delivered) {
+                outgoing.pop_front();
+                lastHeard = Clock::now();
+            } else if (result == SimTransport::Send_Lost) {
+                ecr.EndSession("the PC took no answer");
+                line.DropUnread();
+            }
+            continue;
+        }
+        if (ecr.HeldPacketComplete()) {
+            ecr.ReleaseHeld(false);
+            continue;
+        }
+        if (transport.Receive(frame, ecr.HasHeld() ? gapMs : 100)) {
+            lastHeard = Clock::now();
+            if (transport.TakeNewConnection()) {
+                ecr.NewConnection();
+            }
+            ecr.Handle(frame);
+        } else if (ecr.HasHeld()) {
+            // The line is quiet: the PC is waiting for the answers of its packet.
+            ecr.ReleaseHeld(true);
+        } else if (options.idleTimeoutMs > 0 && ecr.InDataSession() &&
+                   Clock::now() - lastHeard > std::chrono::milliseconds(options.idleTimeoutMs)) {
+            ecr.EndSession("nothing heard from the PC for " +
+                           std::to_string(options.idleTimeoutMs) + " ms");
+        }
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     const SimOptions options = ParseSimOptions(argc, argv);
-    std::signal(SIGINT, RequestStop);
-    std::signal(SIGTERM, RequestStop);
-    std::signal(SIGPIPE, SIG_IGN);
+    const std::string dataDirProblem = SectionStore::PrepareDataDir(options.dataDir);
+    if (!dataDirProblem.empty()) {
+        std::fprintf(stderr, "ecrsim: %s\n", dataDirProblem.c_str());
+        return 1;
+    }
+    InstallStopHandlers();
 
     int fd;
     int deviceSide = -1;
@@ -93,42 +156,19 @@ int main(int argc, char** argv) {
         if (fd < 0) {
             Die("cannot open " + options.device);
         }
-        MakeRaw(fd, SpeedOf(options.baud), options.parity);
+        MakeRaw(fd, SpeedOf(options.baud == 0 ? 38400 : options.baud), options.parity);
         deviceName = options.device;
     }
+    // Every wait on the line is a poll that a stop can end; a write must never block.
+    fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) | O_NONBLOCK);
     std::printf("%s\n", deviceName.c_str());
     std::fflush(stdout);
 
     SectionStore store(options.dataDir);
-    SimLine line(fd, options.corruptRate, options.seed);
+    SimLine line(fd, deviceSide, TimingOf(options), options.corruptRate, options.seed);
     SimTransport transport(line, options);
     SimEcr ecr(options, store);
-    std::vector<byte> frame;
-    while (!stopRequested) {
-        auto& outgoing = ecr.Outgoing();
-        auto& held = ecr.Held();
-        if (!outgoing.empty()) {
-            transport.Send(outgoing.front());
-            outgoing.pop_front();
-            continue;
-        }
-        if (static_cast<int>(held.size()) >= options.packet) {
-            outgoing.insert(outgoing.end(), held.begin(), held.end());
-            held.clear();
-            continue;
-        }
-        const int waitMs = held.empty() ? 100 : options.packetGapMs;
-        if (transport.Receive(frame, waitMs)) {
-            if (transport.TakeNewConnection()) {
-                ecr.NewConnection();
-            }
-            ecr.Handle(frame);
-        } else if (!held.empty()) {
-            // The line is quiet: the PC is waiting for the answers of a short packet.
-            outgoing.insert(outgoing.end(), held.begin(), held.end());
-            held.clear();
-        }
-    }
+    Serve(line, transport, ecr, options);
     if (deviceSide >= 0) {
         close(deviceSide);
     }
