@@ -127,7 +127,8 @@ bool SimLine::ReadByte(byte& value, int timeoutMs) {
         if (StopRequested()) {
             return false;
         }
-        if (!m_input.empty() && m_input.front().ready <= Clock::now()) {
+        // Without a line speed every byte is ready as it arrives.
+        if (!m_input.empty() && (m_timing.baud == 0 || m_input.front().ready <= Clock::now())) {
             value = MaybeDamage(m_input.front().value);
             m_input.pop_front();
             return true;
