@@ -7,6 +7,7 @@
 #include <memory>
 #include <new>
 #include <stdexcept>
+#include <unistd.h>
 
 #include "Console.h"
 #include "Exceptions.h"
@@ -96,19 +97,6 @@ private:
     FILE* m_file;
 };
 
-// Raises SystemException "Not enough memory" (exit status 50) when count bytes cannot be had.
-std::unique_ptr<unsigned char[]> AllocateUninitialised(int64_t count) {
-    if (static_cast<uint64_t>(count) > PTRDIFF_MAX) {
-        throw new SystemException("Not enough memory");
-    }
-    std::unique_ptr<unsigned char[]> bytes(
-        new (std::nothrow) unsigned char[static_cast<size_t>(count)]);
-    if (bytes == nullptr) {
-        throw new SystemException("Not enough memory");
-    }
-    return bytes;
-}
-
 std::vector<unsigned char> AllocateBytes(int64_t count) {
     try {
         return std::vector<unsigned char>(static_cast<size_t>(count));
@@ -117,6 +105,22 @@ std::vector<unsigned char> AllocateBytes(int64_t count) {
     } catch (const std::length_error&) {
         throw new SystemException("Not enough memory");
     }
+}
+
+// Raises SystemException "Not enough memory" (exit status 50) when count bytes cannot be had.
+// More than the machine has is refused without asking the allocator.
+std::unique_ptr<unsigned char[]> AllocateUninitialised(int64_t count) {
+    const uint64_t machineBytes = static_cast<uint64_t>(sysconf(_SC_PHYS_PAGES)) *
+                                  static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
+    if (static_cast<uint64_t>(count) > machineBytes) {
+        throw new SystemException("Not enough memory");
+    }
+    std::unique_ptr<unsigned char[]> bytes(
+        new (std::nothrow) unsigned char[static_cast<size_t>(count)]);
+    if (bytes == nullptr) {
+        throw new SystemException("Not enough memory");
+    }
+    return bytes;
 }
 
 } // namespace

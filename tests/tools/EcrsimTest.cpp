@@ -47,9 +47,11 @@ public:
 
     // Sends an application frame (standard protocol by default) in a TC frame numbered seqNo.
     void Send(const Bytes& data, byte seqNo, byte protocol = Protocol_Standard_Set1) {
-        Bytes frame = {protocol, static_cast<byte>(data.size() & 0xFF),
-                       static_cast<byte>(data.size() >> 8)};
-        frame.insert(frame.end(), data.begin(), data.end());
+        Bytes frame(3 + data.size());
+        frame[0] = protocol;
+        frame[1] = static_cast<byte>(data.size() & 0xFF);
+        frame[2] = static_cast<byte>(data.size() >> 8);
+        std::copy(data.begin(), data.end(), frame.begin() + 3);
         const Bytes tc = BuildFrame(3, frame, seqNo);
         ASSERT_EQ(write(m_fd, tc.data(), tc.size()), static_cast<ssize_t>(tc.size()));
     }
