@@ -132,13 +132,12 @@ unsigned char SwapByte(unsigned char b) {
     return b;
 }
 
-void BmpFileReader::Open(const std::string& filename) {
-    FILE* file = OpenInputFile(filename);
-    FileCloser closer(file);
+namespace {
 
+// Reads both headers; raises FileIoException "Wrong bitmap file format" for anything but a
+// 1-bit, uncompressed, single-plane, bottom-up picture.
+void ReadHeaders(FILE* file, BITMAPFILEHEADER& fileHeader, BITMAPINFOHEADER& infoHeader) {
     unsigned char headers[fileHeaderSize + infoHeaderSize];
-    BITMAPFILEHEADER fileHeader{};
-    BITMAPINFOHEADER infoHeader{};
     const bool complete = std::fread(headers, 1, sizeof(headers), file) == sizeof(headers);
     if (complete) {
         DecodeHeaders(headers, fileHeader, infoHeader);
@@ -149,29 +148,69 @@ void BmpFileReader::Open(const std::string& filename) {
         infoHeader.biHeight < 0) {
         throw new FileIoException("Wrong bitmap file format");
     }
-    // The palette only decides whether the bits are inverted. Bytes missing from a truncated
-    // file count as zero: only pixel data that is short makes the file unreadable.
+}
+
+// Whether the file's bits must be inverted to make 1 a dark pixel: entry 0 of the palette is
+// the darker colour. Bytes missing from a truncated file count as zero: only pixel data that
+// is short makes the file unreadable.
+bool PaletteIsInverted(FILE* file) {
     unsigned char palette[paletteSize];
     const size_t paletteRead = std::fread(palette, 1, sizeof(palette), file);
     std::fill(palette + paletteRead, palette + paletteSize, 0);
+    return palette[paletteCompareByte] < palette[4 + paletteCompareByte];
+}
+
+// Allocated before reading, and left uninitialised: a header that promises more than the file
+// holds costs no memory that is touched, and fails as a short read.
+std::unique_ptr<unsigned char[]> ReadPixelData(FILE* file, const std::string& filename,
+                                               uint32_t offset, int64_t size) {
+    std::unique_ptr<unsigned char[]> pixelData = AllocateUninitialised(size);
+    if (std::fseek(file, static_cast<long>(offset), SEEK_SET) != 0 ||
+        std::fread(pixelData.get(), 1, static_cast<size_t>(size), file) !=
+            static_cast<size_t>(size)) {
+        ReportCause(filename, "the file is shorter than its bitmap header says");
+        throw new FileIoException("File '" + filename + "' read error");
+    }
+    return pixelData;
+}
+
+// Turns one stored row into record form: leftmost pixel in the lowest bit, 1 dark.
+void ToRecordRow(const unsigned char* fileRow, int64_t rowSize, int width, bool invert,
+                 unsigned char* recordRow) {
+    const int unusedBits = width % 8;
+    for (int64_t k = 0; k < rowSize; ++k) {
+        unsigned char value = fileRow[k];
+        // The fill bits are set before the inversion, so they end as 1 with a white-first
+        // palette and as 0 with a black-first one. The ECR has always received them so.
+        if (k == rowSize - 1 && unusedBits != 0) {
+            value = static_cast<unsigned char>(value | (0xFF >> unusedBits));
+        }
+        value = SwapByte(value);
+        if (invert) {
+            value = static_cast<unsigned char>(~value);
+        }
+        recordRow[k] = value;
+    }
+}
+
+} // namespace
+
+void BmpFileReader::Open(const std::string& filename) {
+    FILE* file = OpenInputFile(filename);
+    FileCloser closer(file);
+    BITMAPFILEHEADER fileHeader{};
+    BITMAPINFOHEADER infoHeader{};
+    ReadHeaders(file, fileHeader, infoHeader);
+    const bool invert = PaletteIsInverted(file);
 
     const int height = infoHeader.biHeight;
     const int width = infoHeader.biWidth;
     const int64_t rowSize = (static_cast<int64_t>(width) + 7) / 8;
     const int64_t stride = (rowSize + 3) / 4 * 4;
-    const int64_t pixelDataSize = stride * height;
-    std::unique_ptr<unsigned char[]> pixelData;
     // A picture without pixel data reads nothing, wherever its data offset points.
-    if (pixelDataSize > 0) {
-        // Allocated before reading, and left uninitialised: a header that promises more than
-        // the file holds costs no memory that is touched, and fails as a short read.
-        pixelData = AllocateUninitialised(pixelDataSize);
-        if (std::fseek(file, static_cast<long>(fileHeader.bfOffBits), SEEK_SET) != 0 ||
-            std::fread(pixelData.get(), 1, static_cast<size_t>(pixelDataSize), file) !=
-                static_cast<size_t>(pixelDataSize)) {
-            ReportCause(filename, "the file is shorter than its bitmap header says");
-            throw new FileIoException("File '" + filename + "' read error");
-        }
+    std::unique_ptr<unsigned char[]> pixelData;
+    if (stride * height > 0) {
+        pixelData = ReadPixelData(file, filename, fileHeader.bfOffBits, stride * height);
     }
 
     bitmapBytes.clear();
@@ -179,28 +218,12 @@ void BmpFileReader::Open(const std::string& filename) {
     bitmapBytes = AllocateBytes(rowSize * height);
     bitmapHeight = height;
     bitmapWidth = width;
-
-    // Entry 0 darker than entry 1 means a set bit is a light pixel: invert to make 1 dark.
-    const bool invert = palette[paletteCompareByte] < palette[4 + paletteCompareByte];
-    const int unusedBits = width % 8;
     // A picture without columns has nothing to convert, however many rows it claims.
     const int64_t rowsToConvert = rowSize > 0 ? height : 0;
     for (int64_t row = 0; row < rowsToConvert; ++row) {
-        const unsigned char* fileRow = pixelData.get() + (height - 1 - row) * stride;
-        unsigned char* recordRow = bitmapBytes.data() + row * rowSize;
-        for (int64_t k = 0; k < rowSize; ++k) {
-            unsigned char value = fileRow[k];
-            // The fill bits are set before the inversion, so they end as 1 with a white-first
-            // palette and as 0 with a black-first one. The ECR has always received them so.
-            if (k == rowSize - 1 && unusedBits != 0) {
-                value = static_cast<unsigned char>(value | (0xFF >> unusedBits));
-            }
-            value = SwapByte(value);
-            if (invert) {
-                value = static_cast<unsigned char>(~value);
-            }
-            recordRow[k] = value;
-        }
+        // The last row of the picture is stored first.
+        ToRecordRow(pixelData.get() + (height - 1 - row) * stride, rowSize, width, invert,
+                    bitmapBytes.data() + row * rowSize);
     }
 }
 

@@ -74,6 +74,52 @@ int LineOf(FileReader* reader, int recordNumber) {
     return static_cast<CsvFileReader*>(reader)->GetLineNumber(recordNumber);
 }
 
+// Sends the records from recordNumber up to packetEnd back to back, appending the number of
+// every record sent to sent; a record that does not convert is counted as bad and skipped.
+// Returns false when there was no record at all to take (the end of the data).
+bool SendPacketRecords(FileReader* reader, long long packetEnd, int& recordNumber,
+                       std::vector<int>& sent) {
+    int taken = 0;
+    while (recordNumber < packetEnd) {
+        const int length = reader->Read(recordNumber, FileBuffer(), transferBufferSize);
+        if (length == 0) {
+            break;
+        }
+        const ushort ecrLength = DataConverter::PcToEcr(fileIoBuffer, static_cast<ushort>(length),
+                                                        commIoBuffer, transferBufferSize);
+        if (ecrLength == 0) {
+            FileErrors::AddBadFormatRecord(LineOf(reader, recordNumber));
+        } else {
+            BeginSendData(commIoBuffer, ecrLength);
+            sent.push_back(recordNumber);
+        }
+        ++taken;
+        ++recordNumber;
+    }
+    return taken > 0;
+}
+
+// Takes the ECR's answer to every record sent, in sending order, and counts the refused ones
+// against their lines. Returns how many the ECR accepted.
+unsigned CollectVerdicts(FileReader* reader, const std::vector<int>& sent) {
+    unsigned accepted = 0;
+    for (const int sentRecord : sent) {
+        ushort fieldNumber = 0;
+        switch (EndSendData(fieldNumber)) {
+        case SendResult_BadData:
+            FileErrors::AddBadDataRecord(LineOf(reader, sentRecord), fieldNumber);
+            break;
+        case SendResult_CanNotUpdate:
+            FileErrors::AddCanNotUpdateRecord(LineOf(reader, sentRecord));
+            break;
+        case SendResult_OK:
+            ++accepted;
+            break;
+        }
+    }
+    return accepted;
+}
+
 // Sends the file's records from recordNumber on in packets of recordsInPacket: the records of
 // a packet go out back to back, then the ECR's verdicts are collected in sending order. An
 // interruption stops it between two packets, where the ECR has answered every record sent.
@@ -81,46 +127,12 @@ void SendPackets(FileReader* reader, int recordsInPacket, int& recordNumber, uns
                  const char* statusMessage) {
     while (PendingInterrupt() == 0) {
         const long long packetEnd = static_cast<long long>(recordNumber) + recordsInPacket;
-        if (packetEnd <= recordNumber) {
+        std::vector<int> sent;
+        if (packetEnd <= recordNumber ||
+            !SendPacketRecords(reader, packetEnd, recordNumber, sent)) {
             return;
         }
-        std::vector<int> sent;
-        int taken = 0;
-        while (recordNumber < packetEnd) {
-            const int length = reader->Read(recordNumber, FileBuffer(), transferBufferSize);
-            if (length == 0) {
-                if (taken == 0) {
-                    return;
-                }
-                break;
-            }
-            const ushort ecrLength = DataConverter::PcToEcr(
-                fileIoBuffer, static_cast<ushort>(length), commIoBuffer, transferBufferSize);
-            if (ecrLength == 0) {
-                FileErrors::AddBadFormatRecord(LineOf(reader, recordNumber));
-            } else {
-                BeginSendData(commIoBuffer, ecrLength);
-                sent.push_back(recordNumber);
-            }
-            ++taken;
-            ++recordNumber;
-        }
-        unsigned packetSent = 0;
-        for (const int sentRecord : sent) {
-            ushort fieldNumber = 0;
-            switch (EndSendData(fieldNumber)) {
-            case SendResult_BadData:
-                FileErrors::AddBadDataRecord(LineOf(reader, sentRecord), fieldNumber);
-                break;
-            case SendResult_CanNotUpdate:
-                FileErrors::AddCanNotUpdateRecord(LineOf(reader, sentRecord));
-                break;
-            case SendResult_OK:
-                ++packetSent;
-                break;
-            }
-        }
-        recordsSent += packetSent;
+        recordsSent += CollectVerdicts(reader, sent);
         if (recordsSent != 0) {
             Progress(Format("%s: %u\r", statusMessage, recordsSent));
         }

@@ -213,6 +213,18 @@ bool PortWithTC::Write(const byte* data, unsigned int size) {
     // Every attempt repeats the same frame with the same number.
     m_nextSndFrameSeqNo = TcFrameSeqNo::Next(m_nextSndFrameSeqNo);
 
+    switch (SendWithAttempts(frame, frameSize)) {
+    case Delivery_Confirmed:
+        return true;
+    case Delivery_Lost:
+        return false;
+    case Delivery_RefusedEveryTime:
+        break;
+    }
+    return WriteInNextVersion(data, size);
+}
+
+PortWithTC::Delivery PortWithTC::SendWithAttempts(const byte* frame, uint16 frameSize) {
     int nakCount = 0;
     for (int attempt = 0; attempt < m_retryCount; ++attempt) {
         byte response = 0;
@@ -220,7 +232,7 @@ bool PortWithTC::Write(const byte* data, unsigned int size) {
             continue;
         }
         if (response == tcframe::ACK) {
-            return true;
+            return Delivery_Confirmed;
         }
         if (response == tcframe::NAK) {
             ++nakCount;
@@ -230,18 +242,20 @@ bool PortWithTC::Write(const byte* data, unsigned int size) {
         // also confirms the block.
         m_rcvFrameBuf[0] = response;
         if (ReadFrame(1)) {
-            return true;
+            return Delivery_Confirmed;
         }
     }
-    if (m_retryCount > 0 && nakCount < m_retryCount) {
-        return false;
-    }
+    // No attempt at all counts as refused too: the version switch is the only way forward.
+    return nakCount == m_retryCount || m_retryCount <= 0 ? Delivery_RefusedEveryTime
+                                                         : Delivery_Lost;
+}
 
-    // Every attempt was refused: the ECR may speak another frame version.
+bool PortWithTC::WriteInNextVersion(const byte* data, unsigned int size) {
     RestartSequenceNumbers();
     m_protocolVersion = m_protocolVersion + 1 > m_MaxProtocolVersion ? 1 : m_protocolVersion + 1;
     const bool delivered = Write(data, size);
     if (delivered) {
+        // The next connection starts with the version that worked.
         AppConfig::SetParameter("SerialProtocolVersion", Format("%d", m_protocolVersion), true);
     }
     return delivered;

@@ -52,8 +52,19 @@ public:
     static const int m_MaxProtocolVersion = 3;
 
 private:
+    enum Delivery {
+        Delivery_Confirmed,        // acknowledged, or answered at once with a good frame
+        Delivery_Lost,             // some attempt went unanswered
+        Delivery_RefusedEveryTime, // every attempt was answered with NAK
+    };
+
     bool DeliverPayload(byte* data, unsigned int size);
     void RestartSequenceNumbers();
+    // Sends the built frame up to m_retryCount times until the ECR confirms it.
+    Delivery SendWithAttempts(const byte* frame, uint16 frameSize);
+    // Moves to the next frame version (3 -> 1 -> 2 -> 3), restarts the sequence numbers and
+    // writes the block again; on success the version is kept for the next connection.
+    bool WriteInNextVersion(const byte* data, unsigned int size);
 
     int m_protocolVersion;
     int m_retryCount;

@@ -173,6 +173,87 @@ long LockHolder(int fd) {
     return 0;
 }
 
+void SetCharacterSize(termios& settings, int dataBits) {
+    settings.c_cflag &= ~CSIZE;
+    switch (dataBits) {
+    case 7:
+        settings.c_cflag |= CS7;
+        break;
+    case 8:
+        settings.c_cflag |= CS8;
+        break;
+    default:
+        throw new SystemException(badSetupMessage);
+    }
+}
+
+void SetStopBits(termios& settings, int stopBits) {
+    switch (stopBits) {
+    case 1:
+        settings.c_cflag &= ~CSTOPB;
+        break;
+    case 2:
+        settings.c_cflag |= CSTOPB;
+        break;
+    default:
+        throw new SystemException(badSetupMessage);
+    }
+}
+
+bool HasParity(char parity) {
+    return parity != 'n' && parity != 'N';
+}
+
+void SetParity(termios& settings, char parity) {
+    switch (parity) {
+    case 'e':
+    case 'E':
+        settings.c_cflag |= PARENB;
+        settings.c_cflag &= ~PARODD;
+        settings.c_iflag |= INPCK;
+        break;
+    case 'n':
+    case 'N':
+        settings.c_cflag &= ~PARENB;
+        settings.c_iflag &= ~INPCK;
+        break;
+    case 'o':
+    case 'O':
+        settings.c_cflag |= PARENB | PARODD;
+        settings.c_iflag |= INPCK;
+        break;
+    default:
+        throw new SystemException(badSetupMessage);
+    }
+}
+
+// Raw 8-bit line with hardware flow control.
+void MakeRawWithFlowControl(termios& settings) {
+    settings.c_cflag |= CRTSCTS | CLOCAL | HUPCL | CREAD;
+    settings.c_oflag &= ~(OPOST | ONLCR);
+    settings.c_lflag &= ~(ISIG | ICANON | ECHO | ECHOE);
+    settings.c_iflag &= ~(IGNBRK | BRKINT | ISTRIP | IUCLC | IXON | IXANY | IXOFF);
+}
+
+// The time allowed between two bytes of one delivery: "ComByteTimeMult" character times,
+// never less than one VTIME unit.
+int ByteTimeoutMs(const LineSettings& line) {
+    const int bitsPerChar = 1 + line.dataBits + line.stopBits + (HasParity(line.parity) ? 1 : 0);
+    const long double charTimeMs = static_cast<long double>(AppConfig::GetParameter(
+                                       "ComByteTimeMult", defaultComByteTimeMult)) *
+                                   bitsPerChar * 1000.0L / line.baud;
+    return charTimeMs >= minByteTimeoutMs ? static_cast<int>(charTimeMs) : minByteTimeoutMs;
+}
+
+// How many of the received bytes belong to the read: all of them, or those through the end
+// byte when it is among them (endByteSeen then tells so).
+unsigned int BytesThroughEndByte(const byte* data, unsigned int received, bool useEndByte,
+                                 byte endByte, bool& endByteSeen) {
+    const byte* end = useEndByte ? std::find(data, data + received, endByte) : data + received;
+    endByteSeen = end != data + received;
+    return endByteSeen ? static_cast<unsigned int>(end - data) + 1 : received;
+}
+
 } // namespace
 
 ComPort::ComPort()
@@ -289,65 +370,11 @@ void ComPort::ComPort_Setup(const std::string& settings) {
     const speed_t speed = SpeedOf(line.baud);
     cfsetispeed(&currentSettings, speed);
     cfsetospeed(&currentSettings, speed);
-
-    currentSettings.c_cflag &= ~CSIZE;
-    switch (line.dataBits) {
-    case 7:
-        currentSettings.c_cflag |= CS7;
-        break;
-    case 8:
-        currentSettings.c_cflag |= CS8;
-        break;
-    default:
-        throw new SystemException(badSetupMessage);
-    }
-
-    switch (line.stopBits) {
-    case 1:
-        currentSettings.c_cflag &= ~CSTOPB;
-        break;
-    case 2:
-        currentSettings.c_cflag |= CSTOPB;
-        break;
-    default:
-        throw new SystemException(badSetupMessage);
-    }
-
-    bool hasParity = true;
-    switch (line.parity) {
-    case 'e':
-    case 'E':
-        currentSettings.c_cflag |= PARENB;
-        currentSettings.c_cflag &= ~PARODD;
-        currentSettings.c_iflag |= INPCK;
-        break;
-    case 'n':
-    case 'N':
-        currentSettings.c_cflag &= ~PARENB;
-        currentSettings.c_iflag &= ~INPCK;
-        hasParity = false;
-        break;
-    case 'o':
-    case 'O':
-        currentSettings.c_cflag |= PARENB | PARODD;
-        currentSettings.c_iflag |= INPCK;
-        break;
-    default:
-        throw new SystemException(badSetupMessage);
-    }
-
-    // Raw 8-bit line with hardware flow control.
-    currentSettings.c_cflag |= CRTSCTS | CLOCAL | HUPCL | CREAD;
-    currentSettings.c_oflag &= ~(OPOST | ONLCR);
-    currentSettings.c_lflag &= ~(ISIG | ICANON | ECHO | ECHOE);
-    currentSettings.c_iflag &= ~(IGNBRK | BRKINT | ISTRIP | IUCLC | IXON | IXANY | IXOFF);
-
-    const int bitsPerChar = 1 + line.dataBits + line.stopBits + (hasParity ? 1 : 0);
-    const long double charTimeMs = static_cast<long double>(AppConfig::GetParameter(
-                                       "ComByteTimeMult", defaultComByteTimeMult)) *
-                                   bitsPerChar * 1000.0L / line.baud;
-    byteTimeoutMs =
-        charTimeMs >= minByteTimeoutMs ? static_cast<int>(charTimeMs) : minByteTimeoutMs;
+    SetCharacterSize(currentSettings, line.dataBits);
+    SetStopBits(currentSettings, line.stopBits);
+    SetParity(currentSettings, line.parity);
+    MakeRawWithFlowControl(currentSettings);
+    byteTimeoutMs = ByteTimeoutMs(line);
 }
 
 void ComPort::ComPort_SetSerialPortTimeoutSettings(byte minBytes, unsigned int timeoutMs) {
@@ -435,7 +462,15 @@ unsigned int ComPort::ReadUnknownSize(byte* data, unsigned int size,
     SetReadTimeout(firstByteTimeoutMs);
     const HighResolutionTimer& timer = GetHighResolutionTimer();
     const long long startTime = timer.GetValue();
+    const unsigned int count = ReceiveBlock(data, size, nextByteTimeoutMs, useEndByte, endByte);
+    const long long endTime = timer.GetValue();
+    SetReadTimeout(savedTimeoutMs);
+    DataLogger::LogBlock(data, count, startTime, endTime, Direction_EcrToPc, "");
+    return count;
+}
 
+unsigned int ComPort::ReceiveBlock(byte* data, unsigned int size, unsigned int nextByteTimeoutMs,
+                                   bool useEndByte, byte endByte) {
     unsigned int count = 0;
     while (count < size) {
         if (count > 0 && !WaitForNextByte()) {
@@ -445,15 +480,9 @@ unsigned int ComPort::ReadUnknownSize(byte* data, unsigned int size,
         if (received == 0) {
             break; // the line stayed silent for the timeout
         }
-        unsigned int stored = received;
         bool endByteSeen = false;
-        if (useEndByte) {
-            const byte* end = std::find(data + count, data + count + received, endByte);
-            if (end != data + count + received) {
-                stored = static_cast<unsigned int>(end - (data + count)) + 1;
-                endByteSeen = true;
-            }
-        }
+        const unsigned int stored =
+            BytesThroughEndByte(data + count, received, useEndByte, endByte, endByteSeen);
         // Bytes that arrived after the end byte belong to the next read.
         KeepForNextRead(data + count + stored, received - stored);
         const bool firstBytes = count == 0;
@@ -465,10 +494,6 @@ unsigned int ComPort::ReadUnknownSize(byte* data, unsigned int size,
             ComPort_SetSerialPortTimeoutSettings(1, nextByteTimeoutMs);
         }
     }
-
-    const long long endTime = timer.GetValue();
-    SetReadTimeout(savedTimeoutMs);
-    DataLogger::LogBlock(data, count, startTime, endTime, Direction_EcrToPc, "");
     return count;
 }
 

@@ -65,6 +65,9 @@ private:
     // Writes the cause of a device failure to standard error and throws SystemException with
     // the message; errno is the cause.
     [[noreturn]] void Fail(const char* message);
+    // The loop of ReadUnknownSize: reads until size bytes, the end byte or silence.
+    unsigned int ReceiveBlock(byte* data, unsigned int size, unsigned int nextByteTimeoutMs,
+                              bool useEndByte, byte endByte);
     unsigned int ReceiveBytes(byte* data, unsigned int maxSize);
     bool WaitForNextByte();
     void KeepForNextRead(const byte* data, unsigned int size);
