@@ -19,7 +19,7 @@ namespace {
 
 const int articleCount = 1000000;
 const int duplicateCount = articleCount / 100;
-const ushort recordBufferSize = 1024;
+const uint16 recordBufferSize = 1024;
 const char articleFile[] = "/tmp/tavo_bench_articles.csv";
 
 // The settings of a run without a configuration file, with the delimiter fixed as at start-up.
@@ -132,9 +132,9 @@ void BM_CsvToEcr(benchmark::State& state) {
     size_t failures = 0;
     for (auto _ : state) {
         for (const std::string& line : lines) {
-            const ushort length =
+            const uint16 length =
                 DataConverter::PcToEcr(reinterpret_cast<const byte*>(line.data()),
-                                       static_cast<ushort>(line.size()), record, sizeof(record));
+                                       static_cast<uint16>(line.size()), record, sizeof(record));
             failures += length == 0;
             benchmark::DoNotOptimize(record);
         }
@@ -151,16 +151,16 @@ void BM_EcrToCsv(benchmark::State& state) {
     records.reserve(articleCount);
     byte buffer[recordBufferSize];
     for (const std::string& line : ArticleLines()) {
-        const ushort length =
+        const uint16 length =
             DataConverter::PcToEcr(reinterpret_cast<const byte*>(line.data()),
-                                   static_cast<ushort>(line.size()), buffer, sizeof(buffer));
+                                   static_cast<uint16>(line.size()), buffer, sizeof(buffer));
         records.emplace_back(buffer, buffer + length);
     }
     size_t failures = 0;
     for (auto _ : state) {
         for (const std::vector<byte>& record : records) {
-            const ushort length = DataConverter::EcrToPc(
-                record.data(), static_cast<ushort>(record.size()), buffer, sizeof(buffer));
+            const uint16 length = DataConverter::EcrToPc(
+                record.data(), static_cast<uint16>(record.size()), buffer, sizeof(buffer));
             failures += length == 0;
             benchmark::DoNotOptimize(buffer);
         }

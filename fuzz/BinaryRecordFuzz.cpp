@@ -12,15 +12,15 @@
 
 namespace {
 
-const ushort bufferSize = 1024;
+const uint16 bufferSize = 1024;
 
 // Walks the fields one by one with a small buffer, the way no converter does.
-void WalkFields(const byte* data, ushort length) {
+void WalkFields(const byte* data, uint16 length) {
     BinaryDataParser parser(data, length);
     for (int guard = 0; guard < length + 1; ++guard) {
         char text[16];
         byte binary[16];
-        ushort binaryLength = 0;
+        uint16 binaryLength = 0;
         Decimal number;
         switch (parser.GetFieldType()) {
         case FieldType_None:
@@ -54,7 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         return 0;
     }
     AppConfig::SetParameter("Delimiter", ",", false);
-    const ushort length = static_cast<ushort>(size);
+    const uint16 length = static_cast<uint16>(size);
     // Exact-size copies, so that any read past the record is caught.
     std::vector<byte> record(data, data + size);
     WalkFields(record.data(), length);
@@ -65,7 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     DataConverter::Initialize(FileType_CSV);
     std::vector<byte> line(bufferSize);
-    const ushort lineLength =
+    const uint16 lineLength =
         DataConverter::EcrToPc(record.data(), length, line.data(), bufferSize);
     if (lineLength == 0) {
         return 0;
@@ -76,19 +76,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // A line that came from the ECR and converts back must convert back identically the
     // second time round (the first pass may normalise numbers).
     std::vector<byte> first(bufferSize);
-    const ushort firstLength =
+    const uint16 firstLength =
         DataConverter::PcToEcr(line.data(), lineLength, first.data(), bufferSize);
     if (firstLength == 0) {
         return 0;
     }
     std::vector<byte> again(bufferSize);
-    const ushort againLength =
+    const uint16 againLength =
         DataConverter::EcrToPc(first.data(), firstLength, again.data(), bufferSize);
     if (againLength == 0) {
         return 0;
     }
     std::vector<byte> second(bufferSize);
-    const ushort secondLength =
+    const uint16 secondLength =
         DataConverter::PcToEcr(again.data(), againLength, second.data(), bufferSize);
     if (secondLength != firstLength || std::memcmp(first.data(), second.data(), firstLength) != 0) {
         std::abort();

@@ -13,10 +13,10 @@
 
 namespace {
 
-const ushort bufferSize = 1024;
+const uint16 bufferSize = 1024;
 const char delimiters[] = {',', ';', '\t', '|'};
 
-void WalkFields(const byte* data, ushort length) {
+void WalkFields(const byte* data, uint16 length) {
     TextDataParser parser(data, length);
     for (int guard = 0; guard < length + 2; ++guard) {
         char field[129];
@@ -35,25 +35,25 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     const char delimiter = delimiters[data[0] % sizeof(delimiters)];
     AppConfig::SetParameter("Delimiter", std::string(1, delimiter), false);
-    const ushort length = static_cast<ushort>(size - 1);
+    const uint16 length = static_cast<uint16>(size - 1);
     std::vector<byte> line(data + 1, data + size);
     WalkFields(line.data(), length);
 
     DataConverter::Initialize(FileType_CSV);
     std::vector<byte> record(bufferSize);
-    const ushort recordLength =
+    const uint16 recordLength =
         DataConverter::PcToEcr(line.data(), length, record.data(), bufferSize);
     if (recordLength == 0) {
         return 0;
     }
     std::vector<byte> canonical(bufferSize);
-    const ushort canonicalLength =
+    const uint16 canonicalLength =
         DataConverter::EcrToPc(record.data(), recordLength, canonical.data(), bufferSize);
     if (canonicalLength == 0) {
         return 0; // e.g. a number whose text is too long for the formatter
     }
     std::vector<byte> again(bufferSize);
-    const ushort againLength =
+    const uint16 againLength =
         DataConverter::PcToEcr(canonical.data(), canonicalLength, again.data(), bufferSize);
     if (againLength != recordLength ||
         std::memcmp(record.data(), again.data(), recordLength) != 0) {

@@ -85,7 +85,7 @@ bool SendPacketRecords(FileReader* reader, long long packetEnd, int& recordNumbe
         if (length == 0) {
             break;
         }
-        const ushort ecrLength = DataConverter::PcToEcr(fileIoBuffer, static_cast<ushort>(length),
+        const uint16 ecrLength = DataConverter::PcToEcr(fileIoBuffer, static_cast<uint16>(length),
                                                         commIoBuffer, transferBufferSize);
         if (ecrLength == 0) {
             FileErrors::AddBadFormatRecord(LineOf(reader, recordNumber));
@@ -104,7 +104,7 @@ bool SendPacketRecords(FileReader* reader, long long packetEnd, int& recordNumbe
 unsigned CollectVerdicts(FileReader* reader, const std::vector<int>& sent) {
     unsigned accepted = 0;
     for (const int sentRecord : sent) {
-        ushort fieldNumber = 0;
+        uint16 fieldNumber = 0;
         switch (EndSendData(fieldNumber)) {
         case SendResult_BadData:
             FileErrors::AddBadDataRecord(LineOf(reader, sentRecord), fieldNumber);
@@ -148,9 +148,9 @@ void ValidateFiscalCommands(CsvFileReader* reader) {
         if (length == 0) {
             break;
         }
-        TextDataParser parser(fileIoBuffer, static_cast<ushort>(length));
+        TextDataParser parser(fileIoBuffer, static_cast<uint16>(length));
         if (parser.GetFieldType() != FieldType_Number ||
-            DataConverter::PcToEcr(fileIoBuffer, static_cast<ushort>(length), commIoBuffer,
+            DataConverter::PcToEcr(fileIoBuffer, static_cast<uint16>(length), commIoBuffer,
                                    transferBufferSize) == 0) {
             FileErrors::AddBadFormatRecord(reader->GetLineNumber(record));
         }
@@ -173,11 +173,11 @@ unsigned RunFiscalCommands(CsvFileReader* reader) {
         if (length == 0) {
             break;
         }
-        TextDataParser parser(fileIoBuffer, static_cast<ushort>(length));
+        TextDataParser parser(fileIoBuffer, static_cast<uint16>(length));
         Decimal code;
         parser.GetNumber(code);
         code.SetDecimalCount(0);
-        const ushort dataLength = DataConverter::PcToEcr(parser, commIoBuffer, transferBufferSize);
+        const uint16 dataLength = DataConverter::PcToEcr(parser, commIoBuffer, transferBufferSize);
         Fiscal_SendCommand(static_cast<byte>(code.ToInt64()), commIoBuffer, dataLength);
         ++commandsSent;
     }
@@ -285,7 +285,7 @@ int Read(int dataType, const std::string& filename) {
     OperationRequest(dataType, Action_Read);
     unsigned recordsRead = 0;
     while (PendingInterrupt() == 0) {
-        const ushort length = ReadData(commIoBuffer, transferBufferSize);
+        const uint16 length = ReadData(commIoBuffer, transferBufferSize);
         if (length == 0) {
             break;
         }
@@ -293,7 +293,7 @@ int Read(int dataType, const std::string& filename) {
         if (recordsRead % 10 == 0) {
             Progress(Format("Records read: %u\r", recordsRead));
         }
-        const ushort pcLength =
+        const uint16 pcLength =
             DataConverter::EcrToPc(commIoBuffer, length, fileIoBuffer, transferBufferSize);
         if (pcLength == 0) {
             throw new CommunicationException("Bad record received");
@@ -375,7 +375,7 @@ void ReadStatus(const std::string& filename, StatusType statusType) {
     DataConverter::Initialize(FileType_CSV);
     std::unique_ptr<FileWriter> writer(CreateFileWriter(FileType_CSV));
     writer->Open(filename);
-    ushort length = 0;
+    uint16 length = 0;
     if (statusType == StatusType_ECR) {
         Progress("Reading ECR status...\r");
         length = Fiscal_ReadStatus(commIoBuffer, transferBufferSize);
@@ -383,7 +383,7 @@ void ReadStatus(const std::string& filename, StatusType statusType) {
         Progress("Reading EFT status...\r");
         length = Fiscal_ReadEftStatus(commIoBuffer, transferBufferSize);
     }
-    const ushort pcLength =
+    const uint16 pcLength =
         DataConverter::EcrToPc(commIoBuffer, length, fileIoBuffer, transferBufferSize);
     if (pcLength == 0) {
         throw new CommunicationException("Bad status data received");

@@ -11,7 +11,7 @@ namespace {
 
 // A text or binary field of a CSV line holds at most 128 characters, so no field in transit
 // needs more.
-const ushort fieldBufferSize = 128;
+const uint16 fieldBufferSize = 128;
 
 } // namespace
 
@@ -41,7 +41,7 @@ bool DataConverter::Convert(DataParser& inData, DataFormatter& outData) {
             break;
         }
         case FieldType_Binary: {
-            ushort length = 0;
+            uint16 length = 0;
             if (!inData.GetBinary(field, fieldBufferSize, length) ||
                 !outData.AddBinary(field, length)) {
                 return false;
@@ -55,8 +55,8 @@ bool DataConverter::Convert(DataParser& inData, DataFormatter& outData) {
     }
 }
 
-ushort DataConverter::PcToEcr(const byte* pcData, ushort pcDataLen, byte* ecrBuffer,
-                              ushort ecrBufferLen) {
+uint16 DataConverter::PcToEcr(const byte* pcData, uint16 pcDataLen, byte* ecrBuffer,
+                              uint16 ecrBufferLen) {
     std::memset(ecrBuffer, 0, ecrBufferLen);
     BinaryDataFormatter formatter(ecrBuffer, ecrBufferLen);
     bool converted = false;
@@ -76,14 +76,14 @@ ushort DataConverter::PcToEcr(const byte* pcData, ushort pcDataLen, byte* ecrBuf
     return converted ? formatter.GetLength() : 0;
 }
 
-ushort DataConverter::PcToEcr(DataParser& pcData, byte* ecrBuffer, ushort ecrBufferLen) {
+uint16 DataConverter::PcToEcr(DataParser& pcData, byte* ecrBuffer, uint16 ecrBufferLen) {
     std::memset(ecrBuffer, 0, ecrBufferLen);
     BinaryDataFormatter formatter(ecrBuffer, ecrBufferLen);
     return Convert(pcData, formatter) ? formatter.GetLength() : 0;
 }
 
-ushort DataConverter::EcrToPc(const byte* ecrData, ushort ecrDataLen, byte* pcBuffer,
-                              ushort pcBufferLen) {
+uint16 DataConverter::EcrToPc(const byte* ecrData, uint16 ecrDataLen, byte* pcBuffer,
+                              uint16 pcBufferLen) {
     std::memset(pcBuffer, 0, pcBufferLen);
     BinaryDataParser parser(ecrData, ecrDataLen);
     switch (m_pcFileType) {
@@ -94,7 +94,7 @@ ushort DataConverter::EcrToPc(const byte* ecrData, ushort ecrDataLen, byte* pcBu
     }
     case FileType_BMP:
     case FileType_RAW: {
-        ushort dataLen = 0;
+        uint16 dataLen = 0;
         if (!parser.GetBinary(pcBuffer, pcBufferLen, dataLen) ||
             parser.GetFieldType() != FieldType_None) {
             return 0;

@@ -21,16 +21,16 @@ public:
 
     // A CSV line (delimiter from "Delimiter") field by field, or a raw or bitmap record as one
     // binary field, whose length byte holds only the low 8 bits of pcDataLen.
-    static ushort PcToEcr(const byte* pcData, ushort pcDataLen, byte* ecrBuffer,
-                          ushort ecrBufferLen);
+    static uint16 PcToEcr(const byte* pcData, uint16 pcDataLen, byte* ecrBuffer,
+                          uint16 ecrBufferLen);
     // The parser's remaining fields, whatever the PC form: a fiscal command line after its
     // command code.
-    static ushort PcToEcr(DataParser& pcData, byte* ecrBuffer, ushort ecrBufferLen);
+    static uint16 PcToEcr(DataParser& pcData, byte* ecrBuffer, uint16 ecrBufferLen);
     // A CSV line, left unterminated but followed by the zero fill (so at most pcBufferLen - 1
     // characters); or, for a raw or bitmap file, the bytes of a record that must be exactly one
     // binary field.
-    static ushort EcrToPc(const byte* ecrData, ushort ecrDataLen, byte* pcBuffer,
-                          ushort pcBufferLen);
+    static uint16 EcrToPc(const byte* ecrData, uint16 ecrDataLen, byte* pcBuffer,
+                          uint16 pcBufferLen);
 
 private:
     static FileType m_pcFileType;

@@ -4,10 +4,7 @@
 #include <cstdint>
 #include <string>
 
-// An unsigned byte, the unit of records and frames.
-typedef unsigned char byte;
-// An unsigned 16-bit count: record and buffer lengths.
-typedef unsigned short ushort;
+#include "Types.h"
 
 // The value is m_num / 10^m_dec. The type imposes no canonical form; Normalize gives one (no
 // trailing fractional zeros), and parsing and the arithmetic operators apply it. Overflow is

@@ -83,7 +83,7 @@ enum LineKind { LineKind_Record, LineKind_Bad };
 // The key of a non-empty line: the number in its first field when more fields follow, 0 for
 // a line whose first field is text or whose only field is a number.
 LineKind ClassifyLine(const char* line, size_t length, char delimiter, int64_t& key) {
-    TextDataParser parser(reinterpret_cast<const byte*>(line), static_cast<ushort>(length),
+    TextDataParser parser(reinterpret_cast<const byte*>(line), static_cast<uint16>(length),
                           delimiter);
     key = 0;
     switch (parser.GetFieldType()) {

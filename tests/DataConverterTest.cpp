@@ -11,7 +11,7 @@ namespace {
 
 using Bytes = std::vector<byte>;
 
-const ushort bufferSize = 1024;
+const uint16 bufferSize = 1024;
 
 class DataConverterTest : public ::testing::Test {
 protected:
@@ -22,20 +22,20 @@ protected:
     void TearDown() override { DataConverter::Initialize(FileType_CSV); }
 
     // The ECR record of a CSV line; empty when it cannot be converted.
-    static Bytes ToEcr(const std::string& line, ushort capacity = bufferSize) {
+    static Bytes ToEcr(const std::string& line, uint16 capacity = bufferSize) {
         Bytes ecr(bufferSize, 0xEE);
-        const ushort length =
+        const uint16 length =
             DataConverter::PcToEcr(reinterpret_cast<const byte*>(line.data()),
-                                   static_cast<ushort>(line.size()), ecr.data(), capacity);
+                                   static_cast<uint16>(line.size()), ecr.data(), capacity);
         ecr.resize(length);
         return ecr;
     }
 
     // The CSV line of an ECR record; "<failed>" when it cannot be converted.
-    static std::string ToPc(const Bytes& record, ushort capacity = bufferSize) {
+    static std::string ToPc(const Bytes& record, uint16 capacity = bufferSize) {
         Bytes pc(bufferSize + 1u, 0xEE);
-        const ushort length = DataConverter::EcrToPc(
-            record.data(), static_cast<ushort>(record.size()), pc.data(), capacity);
+        const uint16 length = DataConverter::EcrToPc(
+            record.data(), static_cast<uint16>(record.size()), pc.data(), capacity);
         if (length == 0) {
             return "<failed>";
         }
@@ -95,7 +95,7 @@ TEST_F(DataConverterTest, RecordsThatCannotBeConverted) {
 TEST_F(DataConverterTest, ParserBasedConversionTakesTheRemainingFields) {
     const std::string line = "17,\"X\",2";
     TextDataParser parser(reinterpret_cast<const byte*>(line.data()),
-                          static_cast<ushort>(line.size()));
+                          static_cast<uint16>(line.size()));
     Decimal code;
     ASSERT_TRUE(parser.GetNumber(code));
     byte ecr[16];

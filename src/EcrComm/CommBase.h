@@ -2,12 +2,8 @@
 // a frame exchange, the current application protocol and the two frame calls of the session.
 #pragma once
 
-#include <cstdint>
-
 #include "EcrComm/Protocols.h"
-
-typedef uint8_t byte;
-typedef uint16_t uint16;
+#include "Types.h"
 
 // Outcome of one frame sent or read. Line trouble never throws; the session turns anything
 // but OK into its own failure.

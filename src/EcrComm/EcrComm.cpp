@@ -17,7 +17,7 @@ CommChannelType ecrCommChannel = CommChannel_SerialPort;
 int ecrCommMaxTime = 0;
 
 const byte requestVersion = 2;
-const ushort responseBufSize = commIoBufferSize;
+const uint16 responseBufSize = commIoBufferSize;
 const byte fiscalReadStatusCommand = 100;
 const byte fiscalReadEftStatusCommand = 32;
 const byte serverDisconnectCommand = 1;
@@ -72,8 +72,8 @@ template <size_t N> void CheckAnswer(byte code, const AnswerFailure (&failures)[
 }
 
 // Reads one frame of any length; an empty frame means the ECR did not answer.
-ushort ReadAnyFrame(byte* buf, ushort bufLen) {
-    ushort length = 0;
+uint16 ReadAnyFrame(byte* buf, uint16 bufLen) {
+    uint16 length = 0;
     CommResult result = ReadFrame(buf, bufLen, length);
     if (result == CommResult_OK && length == 0) {
         result = CommResult_ResponseLost;
@@ -83,24 +83,24 @@ ushort ReadAnyFrame(byte* buf, ushort bufLen) {
 }
 
 // Field numbers in a bad-data answer count from 0; the user sees them counted from 1.
-ushort BadFieldNumber(const byte* record, ushort length) {
+uint16 BadFieldNumber(const byte* record, uint16 length) {
     BinaryDataParser parser(record, length);
     Decimal number;
     if (!parser.GetNumber(number)) {
         return 0;
     }
-    return static_cast<ushort>(number.ToInt64() + 1);
+    return static_cast<uint16>(number.ToInt64() + 1);
 }
 
 // The status read shared by the ECR and the payment terminal.
-ushort ReadFiscalStatus(byte command, byte* status) {
+uint16 ReadFiscalStatus(byte command, byte* status) {
     byte response[responseBufSize];
-    ushort responseLen = 0;
+    uint16 responseLen = 0;
     SendWithResponse(&command, 1, response, sizeof(response), responseLen);
     switch (response[0]) {
     case ResponseCode_OK:
         std::memcpy(status, response + 1, responseLen - 1u);
-        return static_cast<ushort>(responseLen - 1);
+        return static_cast<uint16>(responseLen - 1);
     case ResponseCode_AuthFailed:
         throw new ApplicationException("Bad or missing password", ReturnCode_BadPassword);
     default:
@@ -162,8 +162,8 @@ void ProcessCommResult(CommResult result) {
     ThrowUnexpectedData();
 }
 
-void SendWithResponse(const byte* data, ushort dataLen, byte* responseBuf, ushort responseBufLen,
-                      ushort& responseLen) {
+void SendWithResponse(const byte* data, uint16 dataLen, byte* responseBuf, uint16 responseBufLen,
+                      uint16& responseLen) {
     CommResult result = SendFrame(data, dataLen);
     if (result == CommResult_OK) {
         result = ReadFrame(responseBuf, responseBufLen, responseLen);
@@ -180,8 +180,8 @@ void SendAuthRequest(const std::string& password) {
     request[0] = AuthType_Password;
     std::memcpy(request + 1, password.data(), length);
     byte response = 0;
-    ushort responseLen = 1;
-    SendWithResponse(request, static_cast<ushort>(length + 1), &response, 1, responseLen);
+    uint16 responseLen = 1;
+    SendWithResponse(request, static_cast<uint16>(length + 1), &response, 1, responseLen);
     if (response == ResponseCode_OK) {
         return;
     }
@@ -207,7 +207,7 @@ void AuthorizeSession() {
 void SendRequest(byte data, byte action) {
     const byte request[] = {data, action, requestVersion};
     byte response[responseBufSize];
-    ushort responseLen = 0;
+    uint16 responseLen = 0;
     SendWithResponse(request, sizeof(request), response, sizeof(response), responseLen);
     if (response[0] == ResponseCode_BadFrame) {
         // The ECR asks for authorisation; the request is repeated without its version byte.
@@ -218,13 +218,13 @@ void SendRequest(byte data, byte action) {
     CheckAnswer(response[0], requestFailures);
 }
 
-void BeginSendData(const byte* data, ushort dataLen) {
+void BeginSendData(const byte* data, uint16 dataLen) {
     ProcessCommResult(SendFrame(data, dataLen));
 }
 
-SendResult EndSendData(ushort& badFieldNumber) {
+SendResult EndSendData(uint16& badFieldNumber) {
     byte response[responseBufSize];
-    const ushort length = ReadAnyFrame(response, sizeof(response));
+    const uint16 length = ReadAnyFrame(response, sizeof(response));
     switch (response[0]) {
     case ResponseCode_OK:
         return SendResult_OK;
@@ -233,14 +233,14 @@ SendResult EndSendData(ushort& badFieldNumber) {
     case ResponseCode_Busy:
         return SendResult_CanNotUpdate;
     case ResponseCode_BadData:
-        badFieldNumber = BadFieldNumber(response + 1, static_cast<ushort>(length - 1));
+        badFieldNumber = BadFieldNumber(response + 1, static_cast<uint16>(length - 1));
         return SendResult_BadData;
     default:
         ThrowUnexpectedData();
     }
 }
 
-SendResult SendData(const byte* data, ushort dataLen, ushort& badFieldNumber) {
+SendResult SendData(const byte* data, uint16 dataLen, uint16& badFieldNumber) {
     BeginSendData(data, dataLen);
     return EndSendData(badFieldNumber);
 }
@@ -249,9 +249,9 @@ void SendEndOfData() {
     ProcessCommResult(SendFrame(nullptr, 0));
 }
 
-ushort ReadData(byte* dataBuf, ushort dataBufLen) {
+uint16 ReadData(byte* dataBuf, uint16 dataBufLen) {
     for (;;) {
-        ushort length = 0;
+        uint16 length = 0;
         ProcessCommResult(ReadFrame(dataBuf, dataBufLen, length));
         if (!(length == 1 && dataBuf[0] == ResponseCode_Wait)) {
             return length;
@@ -289,16 +289,16 @@ int Server_DisconnectFromServer() {
     return written;
 }
 
-void Fiscal_SendCommand(byte command, const byte* data, ushort dataLen) {
+void Fiscal_SendCommand(byte command, const byte* data, uint16 dataLen) {
     byte request[commIoBufferSize];
-    const ushort length = std::min<ushort>(dataLen, sizeof(request) - 1);
+    const uint16 length = std::min<uint16>(dataLen, sizeof(request) - 1);
     request[0] = command;
     if (length > 0) {
         std::memcpy(request + 1, data, length);
     }
     byte response[responseBufSize];
-    ushort responseLen = 0;
-    SendWithResponse(request, static_cast<ushort>(length + 1), response, sizeof(response),
+    uint16 responseLen = 0;
+    SendWithResponse(request, static_cast<uint16>(length + 1), response, sizeof(response),
                      responseLen);
     while (response[0] == ResponseCode_Wait) {
         responseLen = 1;
@@ -307,11 +307,11 @@ void Fiscal_SendCommand(byte command, const byte* data, ushort dataLen) {
     CheckAnswer(response[0], fiscalFailures);
 }
 
-ushort Fiscal_ReadStatus(byte* status, ushort) {
+uint16 Fiscal_ReadStatus(byte* status, uint16) {
     return ReadFiscalStatus(fiscalReadStatusCommand, status);
 }
 
-ushort Fiscal_ReadEftStatus(byte* status, ushort) {
+uint16 Fiscal_ReadEftStatus(byte* status, uint16) {
     return ReadFiscalStatus(fiscalReadEftStatusCommand, status);
 }
 

@@ -11,8 +11,6 @@
 
 class Exception;
 
-typedef uint16_t ushort;
-
 // First byte of every ECR answer.
 enum ResponseCode {
     ResponseCode_OK = 0,
@@ -54,12 +52,12 @@ bool DefaultKeepConnection();
 void AuthorizeSession();
 void SendRequest(byte data, byte action);
 // Sends one record without waiting for the ECR's verdict (EndSendData collects it).
-void BeginSendData(const byte* data, ushort dataLen);
-SendResult EndSendData(ushort& badFieldNumber);
-SendResult SendData(const byte* data, ushort dataLen, ushort& badFieldNumber);
+void BeginSendData(const byte* data, uint16 dataLen);
+SendResult EndSendData(uint16& badFieldNumber);
+SendResult SendData(const byte* data, uint16 dataLen, uint16& badFieldNumber);
 void SendEndOfData();
 // Returns the next record's length; 0 when the ECR has sent all records.
-ushort ReadData(byte* dataBuf, ushort dataBufLen);
+uint16 ReadData(byte* dataBuf, uint16 dataBufLen);
 void DisconnectFromEcr();
 // Closes the link after a failure; a communication failure first gets the recovery pause.
 void DisconnectFromEcr(const Exception* ex);
@@ -68,13 +66,13 @@ int Server_DisconnectFromServer();
 // Throws the communication failure that a result other than CommResult_OK stands for.
 void ProcessCommResult(CommResult result);
 // One frame out, one frame back; responseLen is the expected length on entry (0 = any).
-void SendWithResponse(const byte* data, ushort dataLen, byte* responseBuf, ushort responseBufLen,
-                      ushort& responseLen);
+void SendWithResponse(const byte* data, uint16 dataLen, byte* responseBuf, uint16 responseBufLen,
+                      uint16& responseLen);
 void SendAuthRequest(const std::string& password);
 
 // Fiscal requests, sent under the fiscal protocol.
-void Fiscal_SendCommand(byte command, const byte* data, ushort dataLen);
-ushort Fiscal_ReadStatus(byte* status, ushort statusLen);
-ushort Fiscal_ReadEftStatus(byte* status, ushort statusLen);
+void Fiscal_SendCommand(byte command, const byte* data, uint16 dataLen);
+uint16 Fiscal_ReadStatus(byte* status, uint16 statusLen);
+uint16 Fiscal_ReadEftStatus(byte* status, uint16 statusLen);
 // Polled after a clear or initialise request: true when the ECR has finished.
 bool ReadClearStatus();

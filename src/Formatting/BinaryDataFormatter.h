@@ -7,7 +7,7 @@
 class BinaryDataFormatter : public DataFormatter {
 public:
     // Writes into buf[0, bufLen); the buffer must outlive the formatter and is not cleared.
-    BinaryDataFormatter(byte* buf, ushort bufLen) : DataFormatter(buf, bufLen) {}
+    BinaryDataFormatter(byte* buf, uint16 bufLen) : DataFormatter(buf, bufLen) {}
 
     // Integer form for whole non-negative values, Decimal form otherwise, with as few magnitude
     // bytes as the value needs (none for zero).
@@ -17,7 +17,7 @@ public:
     // control characters are refused there.
     bool AddString(const char* str) override;
     // The length byte holds the low 8 bits of dataLen; callers keep fields within 255 bytes.
-    bool AddBinary(const byte* data, ushort dataLen) override;
+    bool AddBinary(const byte* data, uint16 dataLen) override;
 
 private:
     bool HasSpace(size_t needed) const { return needed <= size_t(m_dataBufLen - m_dataLen); }

@@ -36,27 +36,27 @@ FieldType BinaryDataParser::GetFieldType() {
     return IsTag(tag) ? ToFieldType(static_cast<BinaryFieldType>(tag)) : FieldType_Unknown;
 }
 
-ushort BinaryDataParser::GetStringEndPos(ushort start) {
+uint16 BinaryDataParser::GetStringEndPos(uint16 start) {
     size_t pos = start;
     while (pos < m_dataLen && !IsTag(m_dataBuf[pos])) {
         ++pos;
     }
-    return static_cast<ushort>(pos - 1);
+    return static_cast<uint16>(pos - 1);
 }
 
-bool BinaryDataParser::GetString(char* buf, ushort bufLen) {
+bool BinaryDataParser::GetString(char* buf, uint16 bufLen) {
     if (GetFieldType() != FieldType_String) {
         return false;
     }
     const size_t start = m_position + 1u;
-    const size_t end = static_cast<size_t>(GetStringEndPos(static_cast<ushort>(start))) + 1;
+    const size_t end = static_cast<size_t>(GetStringEndPos(static_cast<uint16>(start))) + 1;
     const size_t count = end - start;
     if (bufLen <= count) {
         return false;
     }
     std::memcpy(buf, m_dataBuf + start, count);
     buf[count] = '\0';
-    m_position = static_cast<ushort>(end);
+    m_position = static_cast<uint16>(end);
     // A zero byte ends the copied text: only the characters before it are checked, and the
     // caller sees only those.
     return IsValidString(buf);
@@ -91,11 +91,11 @@ bool BinaryDataParser::GetNumber(Decimal& num) {
     } else {
         num.Deserialize(m_dataBuf + magnitudeStart, byteCount, isNegative, decimalCount);
     }
-    m_position = static_cast<ushort>(magnitudeStart + byteCount);
+    m_position = static_cast<uint16>(magnitudeStart + byteCount);
     return true;
 }
 
-bool BinaryDataParser::GetBinary(byte* buf, ushort bufLen, ushort& dataLen) {
+bool BinaryDataParser::GetBinary(byte* buf, uint16 bufLen, uint16& dataLen) {
     if (GetFieldType() != FieldType_Binary) {
         return false;
     }
@@ -112,6 +112,6 @@ bool BinaryDataParser::GetBinary(byte* buf, ushort bufLen, ushort& dataLen) {
         return false;
     }
     std::memcpy(buf, m_dataBuf + dataStart, dataLen);
-    m_position = static_cast<ushort>(dataStart + dataLen);
+    m_position = static_cast<uint16>(dataStart + dataLen);
     return true;
 }

@@ -18,7 +18,7 @@ enum BinaryFieldType {
 class BinaryDataParser : public DataParser {
 public:
     // Reads data[0, dataLen); the buffer is not copied and must outlive the parser.
-    BinaryDataParser(const byte* data, ushort dataLen) : DataParser(data, dataLen) {}
+    BinaryDataParser(const byte* data, uint16 dataLen) : DataParser(data, dataLen) {}
 
     // An Integer or Decimal field; a magnitude of 0 bytes is 0 with the field's decimals. False
     // when n is above 8 or the field runs past the record. The value is not normalised.
@@ -26,9 +26,9 @@ public:
     // A Text field, so never one holding the bytes 11 to 14. A zero byte ends the copied text:
     // only the characters before it are checked and seen. After a false for a control
     // character the position is past the field.
-    bool GetString(char* buf, ushort bufLen) override;
+    bool GetString(char* buf, uint16 bufLen) override;
     // A Binary field; false when it runs past the record or L is above bufLen.
-    bool GetBinary(byte* buf, ushort bufLen, ushort& dataLen) override;
+    bool GetBinary(byte* buf, uint16 bufLen, uint16& dataLen) override;
     // FieldType_Unknown when the next byte is not a tag byte.
     FieldType GetFieldType() override;
 
@@ -37,5 +37,5 @@ public:
     // Index of the last character of a Text field whose characters begin at start: the byte
     // before the next tag byte, or the record's last byte (start - 1 for an empty text).
     // REQUIRES: start >= 1.
-    ushort GetStringEndPos(ushort start);
+    uint16 GetStringEndPos(uint16 start);
 };

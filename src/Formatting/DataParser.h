@@ -25,7 +25,7 @@ enum GetFieldResult {
 class DataParser {
 public:
     // Reads data[0, dataLen); the buffer is not copied and must outlive the parser.
-    DataParser(const byte* data, ushort dataLen)
+    DataParser(const byte* data, uint16 dataLen)
         : m_dataBuf(data), m_dataLen(dataLen), m_position(0) {}
     virtual ~DataParser() = default;
 
@@ -33,10 +33,10 @@ public:
     virtual bool GetNumber(Decimal& num) = 0;
     // Copies the text with a terminator; false when it needs bufLen bytes or more, when the next
     // field is not text, or when the text holds a control character (IsValidString).
-    virtual bool GetString(char* buf, ushort bufLen) = 0;
+    virtual bool GetString(char* buf, uint16 bufLen) = 0;
     // Copies the bytes of a binary field and stores their count in dataLen; false when the next
     // field is not binary, is damaged, or holds more than bufLen bytes.
-    virtual bool GetBinary(byte* buf, ushort bufLen, ushort& dataLen) = 0;
+    virtual bool GetBinary(byte* buf, uint16 bufLen, uint16& dataLen) = 0;
     // The kind of the next field, without moving; FieldType_None at the end of the record.
     virtual FieldType GetFieldType() = 0;
 
@@ -45,6 +45,6 @@ public:
 
 protected:
     const byte* m_dataBuf;
-    ushort m_dataLen;
-    ushort m_position; // first byte of the next field
+    uint16 m_dataLen;
+    uint16 m_position; // first byte of the next field
 };

@@ -14,10 +14,10 @@ const byte numberBufferSize = 32;
 
 } // namespace
 
-TextDataFormatter::TextDataFormatter(byte* buf, ushort bufLen)
+TextDataFormatter::TextDataFormatter(byte* buf, uint16 bufLen)
     : TextDataFormatter(buf, bufLen, TextDataParser::GetConfiguredDelimiter()) {}
 
-TextDataFormatter::TextDataFormatter(byte* buf, ushort bufLen, char fieldDelimiter)
+TextDataFormatter::TextDataFormatter(byte* buf, uint16 bufLen, char fieldDelimiter)
     : DataFormatter(buf, bufLen), m_fieldDelimiter(fieldDelimiter) {}
 
 bool TextDataFormatter::AddDelimiter() {
@@ -69,11 +69,11 @@ bool TextDataFormatter::AddNumber(const Decimal& num) {
         return false;
     }
     std::memcpy(m_dataBuf + m_dataLen, text, length);
-    m_dataLen = static_cast<ushort>(m_dataLen + length);
+    m_dataLen = static_cast<uint16>(m_dataLen + length);
     return true;
 }
 
-bool TextDataFormatter::AddBinary(const byte* data, ushort dataLen) {
+bool TextDataFormatter::AddBinary(const byte* data, uint16 dataLen) {
     if (!AddDelimiter()) {
         return false;
     }

@@ -8,16 +8,16 @@
 class TextDataFormatter : public DataFormatter {
 public:
     // The delimiter is the first character of the setting "Delimiter" (default ",").
-    TextDataFormatter(byte* buf, ushort bufLen);
+    TextDataFormatter(byte* buf, uint16 bufLen);
     // Writes into buf[0, bufLen) with the given delimiter; the buffer must outlive the formatter.
-    TextDataFormatter(byte* buf, ushort bufLen, char fieldDelimiter);
+    TextDataFormatter(byte* buf, uint16 bufLen, char fieldDelimiter);
 
     // The number as Decimal::ToString writes it, so a non-normalised value keeps its zeros.
     bool AddNumber(const Decimal& num) override;
     // The text in double quotes, every quote inside doubled.
     bool AddString(const char* str) override;
     // "0x" and two lower-case hexadecimal digits per byte.
-    bool AddBinary(const byte* data, ushort dataLen) override;
+    bool AddBinary(const byte* data, uint16 dataLen) override;
 
     // Separates the next field from the previous one; nothing before the first field. A field
     // that then does not fit leaves its delimiter behind: the caller drops the record anyway.

@@ -49,13 +49,13 @@ char TextDataParser::GetConfiguredDelimiter() {
     return delimiter.empty() ? defaultCsvDelimiter[0] : delimiter[0];
 }
 
-TextDataParser::TextDataParser(const byte* data, ushort dataLen)
+TextDataParser::TextDataParser(const byte* data, uint16 dataLen)
     : TextDataParser(data, dataLen, GetConfiguredDelimiter()) {}
 
-TextDataParser::TextDataParser(const byte* data, ushort dataLen, char fieldDelimiter)
+TextDataParser::TextDataParser(const byte* data, uint16 dataLen, char fieldDelimiter)
     : DataParser(data, dataLen), m_fieldDelimiter(fieldDelimiter), m_field() {}
 
-GetFieldResult TextDataParser::ScanField(char* buf, ushort bufLen, ushort& next) const {
+GetFieldResult TextDataParser::ScanField(char* buf, uint16 bufLen, uint16& next) const {
     if (bufLen == 0) {
         return GetFieldResult_Error;
     }
@@ -86,12 +86,12 @@ GetFieldResult TextDataParser::ScanField(char* buf, ushort bufLen, ushort& next)
     }
     buf[count] = '\0';
     StrTrim(buf, blanks);
-    next = static_cast<ushort>(pos < m_dataLen ? pos + 1 : m_dataLen);
+    next = static_cast<uint16>(pos < m_dataLen ? pos + 1 : m_dataLen);
     return GetFieldResult_OK;
 }
 
-GetFieldResult TextDataParser::GetField(char* buf, ushort bufLen, bool peek) {
-    ushort next = m_position;
+GetFieldResult TextDataParser::GetField(char* buf, uint16 bufLen, bool peek) {
+    uint16 next = m_position;
     const GetFieldResult result = ScanField(buf, bufLen, next);
     if (result == GetFieldResult_OK && !peek) {
         m_position = next;
@@ -139,7 +139,7 @@ FieldType TextDataParser::GetFieldType() {
     return FieldType_Unknown;
 }
 
-bool TextDataParser::GetString(char* buf, ushort bufLen) {
+bool TextDataParser::GetString(char* buf, uint16 bufLen) {
     if (GetFieldType() != FieldType_String) {
         return false;
     }
@@ -166,7 +166,7 @@ bool TextDataParser::GetNumber(Decimal& num) {
     return StringToDecimal(TakeCurrentField(), 0, num);
 }
 
-bool TextDataParser::GetBinary(byte* buf, ushort bufLen, ushort& dataLen) {
+bool TextDataParser::GetBinary(byte* buf, uint16 bufLen, uint16& dataLen) {
     if (GetFieldType() != FieldType_Binary) {
         return false;
     }
@@ -175,7 +175,7 @@ bool TextDataParser::GetBinary(byte* buf, ushort bufLen, ushort& dataLen) {
     if (fieldLength % 2 != 0) {
         return false;
     }
-    dataLen = static_cast<ushort>((fieldLength - 2) / 2);
+    dataLen = static_cast<uint16>((fieldLength - 2) / 2);
     if (bufLen < dataLen) {
         return false;
     }

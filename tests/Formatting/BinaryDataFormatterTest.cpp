@@ -12,7 +12,7 @@ using Bytes = std::vector<byte>;
 
 // The bytes a field gets when written alone into a buffer of the given size; empty when the
 // formatter refuses it.
-template <typename AddField> Bytes Written(ushort bufferSize, AddField add) {
+template <typename AddField> Bytes Written(uint16 bufferSize, AddField add) {
     std::vector<byte> buffer(bufferSize + 1u, 0xA5);
     BinaryDataFormatter formatter(buffer.data(), bufferSize);
     if (!add(formatter)) {
@@ -24,7 +24,7 @@ template <typename AddField> Bytes Written(ushort bufferSize, AddField add) {
     return Bytes(buffer.begin(), buffer.begin() + formatter.GetLength());
 }
 
-Bytes Number(ushort bufferSize, Decimal value) {
+Bytes Number(uint16 bufferSize, Decimal value) {
     return Written(bufferSize, [value](BinaryDataFormatter& f) { return f.AddNumber(value); });
 }
 

@@ -13,7 +13,7 @@ using Bytes = std::vector<byte>;
 // A record with a parser on it; the parser never owns the bytes it reads.
 struct Record {
     explicit Record(Bytes record)
-        : bytes(std::move(record)), parser(bytes.data(), static_cast<ushort>(bytes.size())) {}
+        : bytes(std::move(record)), parser(bytes.data(), static_cast<uint16>(bytes.size())) {}
     Bytes bytes;
     BinaryDataParser parser;
 };
@@ -24,7 +24,7 @@ TEST(BinaryDataParserTest, TagsGiveTheFieldKinds) {
     Decimal number;
     char text[8];
     byte data[8];
-    ushort length = 0;
+    uint16 length = 0;
     EXPECT_FALSE(record.parser.GetString(text, sizeof(text)));
     EXPECT_TRUE(record.parser.GetNumber(number));
     EXPECT_TRUE(record.parser.GetString(text, sizeof(text)));
@@ -86,7 +86,7 @@ TEST(BinaryDataParserTest, NumbersInBothFormsWithinTheRecord) {
 
 TEST(BinaryDataParserTest, BinaryFieldsMustFitTheRecordAndTheBuffer) {
     byte data[300];
-    ushort length = 0;
+    uint16 length = 0;
     EXPECT_FALSE(Record({0x0E, 0x05, 1, 2, 3}).parser.GetBinary(data, sizeof(data), length));
     EXPECT_FALSE(Record({0x0E}).parser.GetBinary(data, sizeof(data), length));
     Record small({0x0E, 0x03, 1, 2, 3});

@@ -10,7 +10,7 @@ namespace {
 
 // The line a formatter holds; the buffer has a guard byte beyond its capacity.
 struct Line {
-    explicit Line(ushort capacity)
+    explicit Line(uint16 capacity)
         : buffer(capacity + 1u, '#'), formatter(buffer.data(), capacity) {}
     std::string Text() {
         EXPECT_EQ(buffer.back(), '#');

@@ -12,7 +12,7 @@ namespace {
 struct Line {
     explicit Line(std::string line)
         : text(std::move(line)),
-          parser(reinterpret_cast<const byte*>(text.data()), static_cast<ushort>(text.size())) {}
+          parser(reinterpret_cast<const byte*>(text.data()), static_cast<uint16>(text.size())) {}
     std::string text;
     TextDataParser parser;
 };
@@ -25,7 +25,7 @@ protected:
     char text[200] = {};
     Decimal number;
     byte data[130] = {};
-    ushort length = 0;
+    uint16 length = 0;
 };
 
 TEST_F(TextDataParserTest, EmptyFieldsAreOfNoKnownKind) {

@@ -56,7 +56,7 @@ std::string SectionStore::PrepareDataDir(const std::string& dataDir) {
 std::string RecordAsCsv(const std::vector<byte>& record) {
     DataConverter::Initialize(FileType_CSV);
     byte text[4096];
-    const ushort length = DataConverter::EcrToPc(record.data(), static_cast<ushort>(record.size()),
+    const uint16 length = DataConverter::EcrToPc(record.data(), static_cast<uint16>(record.size()),
                                                  text, sizeof(text));
     return length == 0 ? std::string("?") : std::string(reinterpret_cast<char*>(text), length);
 }
@@ -68,7 +68,7 @@ SectionStore::SectionStore(const std::string& dataDir) : m_dataDir(dataDir) {
 }
 
 long long SectionStore::RecordKey(const std::vector<byte>& record) {
-    BinaryDataParser parser(record.data(), static_cast<ushort>(record.size()));
+    BinaryDataParser parser(record.data(), static_cast<uint16>(record.size()));
     Decimal key;
     if (parser.GetFieldType() != FieldType_Number || !parser.GetNumber(key)) {
         return -1;
@@ -162,9 +162,9 @@ void SectionStore::Load() {
                 line.pop_back();
             }
             byte record[1024];
-            const ushort length =
+            const uint16 length =
                 DataConverter::PcToEcr(reinterpret_cast<const byte*>(line.data()),
-                                       static_cast<ushort>(line.size()), record, sizeof(record));
+                                       static_cast<uint16>(line.size()), record, sizeof(record));
             if (length > 0) {
                 Put(section, std::vector<byte>(record, record + length));
             } else if (!line.empty()) {
