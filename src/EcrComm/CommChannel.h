@@ -4,7 +4,9 @@
 
 #include "EcrComm/CommBase.h"
 
-enum CommChannelType {
+// The underlying type is fixed so that a value from outside the list (a corrupted setting,
+// a programming error) is still a value, which SelectCommChannel refuses.
+enum CommChannelType : int {
     CommChannel_SerialPort = 0,
     CommChannel_SerialPortWithTC = 1,
     CommChannel_Ethernet = 2,
