@@ -20,7 +20,7 @@ public:
     // file are read from it again on every call.
     static std::string GetParameter(const std::string& name, const std::string& defValue);
     static std::string GetParameter(const std::string& name, const char* defValue) {
-        return GetParameter(name, std::string(defValue));
+        return GetParameter(name, std::string(defValue != nullptr ? defValue : ""));
     }
     // The value by strtol rules (base 10, overflow not detected); defValue only when absent or
     // empty. Text without leading digits gives 0, not defValue. A value that is not exactly a

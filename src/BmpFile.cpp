@@ -248,7 +248,7 @@ BmpFileWriter::~BmpFileWriter() {
     // The rows accepted so far are kept even when the transfer failed; errors can no longer
     // be reported here.
     try {
-        Close();
+        BmpFileWriter::Close();
     } catch (Exception* e) {
         delete e;
     }

@@ -105,7 +105,7 @@ void CheckedOutputFile::Fail(int errnoValue) {
 }
 
 RawFileReader::~RawFileReader() {
-    Close();
+    RawFileReader::Close();
 }
 
 void RawFileReader::Open(const std::string& filename) {

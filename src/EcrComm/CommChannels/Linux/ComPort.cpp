@@ -261,7 +261,7 @@ ComPort::ComPort()
       byteMaxTimeMs(0) {}
 
 ComPort::~ComPort() {
-    Close();
+    ComPort::Close();
 }
 
 void ComPort::Abandon() {
