@@ -1,9 +1,13 @@
+// Records between a CSV line and the ECR's binary form, field by field, in both directions:
+// the text and binary parsers and formatters are tested through the conversions that use them.
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "DataConverter.h"
+#include "Formatting/BinaryDataParser.h"
 #include "Formatting/TextDataParser.h"
 #include "TestSupport.h"
 
@@ -11,7 +15,22 @@ namespace {
 
 using Bytes = std::vector<byte>;
 
-const uint16 bufferSize = 1024;
+// Bytes written as hexadecimal pairs separated by blanks, "78*3" for three bytes 78.
+Bytes FromHex(const std::string& hex) {
+    Bytes bytes;
+    std::istringstream in(hex);
+    unsigned value = 0;
+    while (in >> std::hex >> value) {
+        unsigned count = 1;
+        if (in.peek() == '*' && in.ignore()) {
+            in >> std::dec >> count;
+        }
+        bytes.insert(bytes.end(), count, static_cast<byte>(value));
+    }
+    return bytes;
+}
+
+const size_t bufferSize = 1024;
 
 class DataConverterTest : public ::testing::Test {
 protected:
@@ -21,21 +40,22 @@ protected:
     }
     void TearDown() override { DataConverter::Initialize(FileType_CSV); }
 
-    // The ECR record of a CSV line; empty when it cannot be converted.
-    static Bytes ToEcr(const std::string& line, uint16 capacity = bufferSize) {
-        Bytes ecr(bufferSize, 0xEE);
-        const uint16 length =
-            DataConverter::PcToEcr(reinterpret_cast<const byte*>(line.data()),
-                                   static_cast<uint16>(line.size()), ecr.data(), capacity);
+    // The ECR record of a PC record; empty when it cannot be converted.
+    static Bytes ToEcr(const std::string& pc, size_t capacity = bufferSize) {
+        Bytes ecr(bufferSize + 1, 0xEE);
+        const uint16 length = DataConverter::PcToEcr(reinterpret_cast<const byte*>(pc.data()),
+                                                     static_cast<uint16>(pc.size()), ecr.data(),
+                                                     static_cast<uint16>(capacity));
+        EXPECT_EQ(ecr[capacity], 0xEE) << pc; // never past the capacity
         ecr.resize(length);
         return ecr;
     }
 
-    // The CSV line of an ECR record; "<failed>" when it cannot be converted.
-    static std::string ToPc(const Bytes& record, uint16 capacity = bufferSize) {
-        Bytes pc(bufferSize + 1u, 0xEE);
-        const uint16 length = DataConverter::EcrToPc(
-            record.data(), static_cast<uint16>(record.size()), pc.data(), capacity);
+    // The PC record of an ECR record; "<failed>" when it cannot be converted.
+    static std::string ToPc(const Bytes& ecr, size_t capacity = bufferSize) {
+        Bytes pc(bufferSize + 1, 0xEE);
+        const uint16 length = DataConverter::EcrToPc(ecr.data(), static_cast<uint16>(ecr.size()),
+                                                     pc.data(), static_cast<uint16>(capacity));
         if (length == 0) {
             return "<failed>";
         }
@@ -47,71 +67,106 @@ protected:
     testsupport::TempDir dir;
 };
 
-TEST_F(DataConverterTest, CsvLinesSurviveTheRoundTrip) {
-    for (const std::string& line : std::vector<std::string>{
-             "1,\"Cola \"\"light\"\", 0,5l\",1.5,-12.345,0x00ff0b0c0d0e,0,\"a;b\"",
-             "-1,-0.001,\"\",0x,9223372036854775807,-9223372036854775808",
-             "42,\"" + std::string(126, 'x') + "\",0x" + std::string(126, 'f'),
-             "1,\"" + std::string(125, 'x') + "\"\"\""}) {
-        EXPECT_EQ(ToPc(ToEcr(line)), line);
+TEST_F(DataConverterTest, EveryCsvFieldHasOneBinaryForm) {
+    // The CSV line, its ECR record, and the line that comes back when it differs. A field holds
+    // at most 128 characters, a doubled quote counting once. Hexadecimal digits are not
+    // validated: what cannot be read as one gives 0. The first and last characters of text are
+    // taken as the quotes, and an open quote runs to the end of the line.
+    const std::string x122(122, 'x');
+    const struct {
+        std::string pc;
+        std::string ecr;
+        std::string back;
+    } rows[] = {
+        {"300,0,-1", "0C 02 2C 01 0C 00 0D 01 80 01", ""},
+        {"255,256,-655.36", "0C 01 FF 0C 02 00 01 0D 03 82 00 00 01", ""},
+        {"-1.5,1.50,0.0,-.5,-", "0D 01 81 0F 0D 01 01 0F 0C 00 0D 01 81 05 0C 00",
+         "-1.5,1.5,0,-0.5,0"},
+        {"9223372036854775807,-922337203685477580.8", "0C 08 FF*7 7F 0D 08 81 00*7 80", ""},
+        {"\"AB\",\"\",\"a\"\"b\",\"a,b;c\"", "0B 41 42 0B 0B 61 22 62 0B 61 2C 62 3B 63", ""},
+        {"0x01ab,0x,0xAB", "0E 02 01 AB 0E 00 0E 01 AB", "0x01ab,0x,0xab"},
+        {" 7 ,\t\"x\" , 1.50 ", "0C 01 07 0B 78 0D 01 01 0F", "7,\"x\",1.5"},
+        {"0xzz7g", "0E 02 00 07", "0x0007"},
+        {"\"ab\"c,\"d,e", "0B 61 62 22 0B 64 2C", "\"ab\"\"\",\"d,\""},
+        {"1,\"" + x122 + "xxxx\"", "0C 01 01 0B 78*126", ""},
+        {"  \"" + x122 + "\"  ", "0B 78*122", "\"" + x122 + "\""},
+        {"0x" + std::string(126, 'f'), "0E 3F FF*63", ""},
+        {"\"" + x122 + "xxx\"\"\"", "0B 78*125 22", ""},
+        {"1,\"" + x122 + "xxxxx\"", "", ""},
+        {"  \"" + x122 + "\"   ", "", ""},
+        {"1,\"" + x122 + "xxxx\"\"\"", "", ""},
+    };
+    for (const auto& row : rows) {
+        const Bytes ecr = FromHex(row.ecr);
+        const std::string back = row.back.empty() ? row.pc : row.back;
+        EXPECT_EQ(ToEcr(row.pc), ecr) << row.pc;
+        if (ecr.empty()) {
+            continue;
+        }
+        EXPECT_EQ(ToPc(ecr), back);
+        // A record may fill the ECR buffer exactly; a line leaves one byte free for the end.
+        EXPECT_EQ(ToEcr(row.pc, ecr.size()), ecr) << row.pc;
+        EXPECT_TRUE(ToEcr(row.pc, ecr.size() - 1).empty()) << row.pc;
+        EXPECT_EQ(ToPc(ecr, back.size() + 1), back);
+        EXPECT_EQ(ToPc(ecr, back.size()), "<failed>") << back;
     }
-    // Blanks, trailing zeros and upper-case digits come back in their canonical form.
-    EXPECT_EQ(ToPc(ToEcr(" 7 ,\t\"x\" , 1.50 ,0xAB, 0.0,")), "7,\"x\",1.5,0xab,0");
+    for (const char* refused :
+         {"", "1,,2", "1,abc", "1,   ", "1,\"a\tb\"", "\"", "0X1F", "12a", "1-2", "0x123"}) {
+        EXPECT_TRUE(ToEcr(refused).empty()) << refused;
+    }
+}
 
+TEST_F(DataConverterTest, EcrRecordsBecomeCsvLines) {
+    // Text ends at the next tag byte, at a zero byte or at the end of the record. A number has
+    // a sign bit and 7 bits of decimals, at most 8 bytes within the record, and no more than
+    // 31 characters as text.
+    const std::pair<std::string, std::string> rows[] = {
+        {"0B 41 42 0B 43", "\"AB\",\"C\""},
+        {"0B 61 00 09 0B 63", "\"a\",\"c\""},
+        {"0B 1F FF", "\"\x1f\xff\""},
+        {"0B 79*127", "\"" + std::string(127, 'y') + "\""},
+        {"0C 00 0B 0E 00", "0,\"\",0x"},
+        {"0D 00 82", "0.00"},
+        {"0D 01 82 7B", "-1.23"},
+        {"0C 08 01 02 03 04 05 06 07 08", "578437695752307201"},
+        {"0D 01 1D 01", "0." + std::string(28, '0') + "1"},
+        {"0E 80 55*128", "0x" + std::string(256, '5')}};
+    for (const auto& [ecr, pc] : rows) {
+        EXPECT_EQ(ToPc(FromHex(ecr)), pc) << ecr;
+    }
+    for (const char* refused :
+         {"0B 61 1E 62", "0B 79*128", "0C 09 01*9", "0D 02 05 01", "0D 00", "0C", "0D 01 1E 01",
+          "0E 81 55*129", "0E 05 01 02 03", "0E", "0A 00", "0F 00", ""}) {
+        EXPECT_EQ(ToPc(FromHex(refused)), "<failed>") << refused;
+    }
+}
+
+TEST_F(DataConverterTest, DelimiterIsTheSettingsFirstCharacter) {
     testsupport::LoadConfiguration(dir.File("missing.ini"), {{"Delimiter", ";,"}});
     EXPECT_EQ(ToPc(ToEcr("2;\"a;b,c\";0x01")), "2;\"a;b,c\";0x01");
     EXPECT_TRUE(ToEcr("2,5;1").empty()); // "2,5" is one field, and no number
+    testsupport::LoadConfiguration(dir.File("missing.ini"), {{"Delimiter", ""}});
+    EXPECT_EQ(ToPc(ToEcr("2,\"a;b\"")), "2,\"a;b\"");
 }
 
-TEST_F(DataConverterTest, RecordsThatCannotBeConverted) {
-    for (const std::string& line :
-         {std::string(), std::string("1,,2"), std::string("1,abc"), std::string("1,\"a\tb\""),
-          "1,\"" + std::string(127, 'x') + "\"", // 129 characters with the quotes
-          // A doubled quote counts once against the field limit, so 127 characters of text
-          // get through the parser and the field buffer refuses them.
-          "1,\"" + std::string(126, 'x') + "\"\"\""}) {
-        EXPECT_TRUE(ToEcr(line).empty()) << line;
-    }
-    // Text of 128 and binary data of 129 bytes do not fit the field buffer.
-    Bytes text = {0x0B};
-    text.insert(text.end(), 128, 'y');
-    EXPECT_EQ(ToPc(text), "<failed>");
-    text.pop_back();
-    EXPECT_EQ(ToPc(text), "\"" + std::string(127, 'y') + "\"");
-    Bytes binary = {0x0E, 129};
-    binary.insert(binary.end(), 129, 0x5A);
-    EXPECT_EQ(ToPc(binary), "<failed>");
-    EXPECT_EQ(ToPc({0x0C, 0x01}), "<failed>"); // magnitude past the end
-    EXPECT_EQ(ToPc({0x01}), "<failed>");
-
-    // 0C 03 + 3 bytes, then 0B + 6 characters: 12 bytes, and 16 characters back.
-    const Bytes record = ToEcr("1234567,\"abcdef\"", 12);
-    EXPECT_EQ(record.size(), 12u);
-    EXPECT_TRUE(ToEcr("1234567,\"abcdef\"", 11).empty());
-    EXPECT_EQ(ToPc(record, 17), "1234567,\"abcdef\"");
-    EXPECT_EQ(ToPc(record, 16), "<failed>");
-}
-
-TEST_F(DataConverterTest, ParserBasedConversionTakesTheRemainingFields) {
-    const std::string line = "17,\"X\",2";
+TEST_F(DataConverterTest, FiscalCommandFailsOnABadField) {
+    const std::string line = "17,abc";
     TextDataParser parser(reinterpret_cast<const byte*>(line.data()),
                           static_cast<uint16>(line.size()));
     Decimal code;
     ASSERT_TRUE(parser.GetNumber(code));
-    byte ecr[16];
-    ASSERT_EQ(DataConverter::PcToEcr(parser, ecr, sizeof(ecr)), 5);
-    EXPECT_EQ(ToPc(Bytes(ecr, ecr + 5)), "\"X\",2");
+    byte record[16];
+    EXPECT_EQ(DataConverter::PcToEcr(parser, record, sizeof(record)), 0);
 }
 
 TEST_F(DataConverterTest, RawAndBitmapRecordsTravelAsOneBinaryField) {
     for (FileType type : {FileType_RAW, FileType_BMP}) {
         DataConverter::Initialize(type);
         const std::string pcRecord("\x00\x0b\xff raw", 7);
-        EXPECT_EQ(ToEcr(pcRecord), (Bytes{0x0E, 7, 0x00, 0x0B, 0xFF, ' ', 'r', 'a', 'w'}));
+        EXPECT_EQ(ToEcr(pcRecord), FromHex("0E 07 00 0B FF 20 72 61 77"));
         EXPECT_EQ(ToPc(ToEcr(pcRecord)), pcRecord);
-        EXPECT_EQ(ToPc({0x0E, 0x01, 0x41, 0x0E, 0x00}), "<failed>"); // two fields
-        EXPECT_EQ(ToPc({0x0B, 0x41}), "<failed>");                   // not binary
-        EXPECT_EQ(ToPc({}), "<failed>");
+        EXPECT_EQ(ToPc(FromHex("0E 01 41 0E 00")), "<failed>"); // two fields
+        EXPECT_EQ(ToPc(FromHex("0B 41")), "<failed>");
         // The length byte keeps only the low 8 bits, so a long record cannot come back whole.
         const Bytes truncated = ToEcr(std::string(300, 'r'));
         ASSERT_EQ(truncated.size(), 302u);
@@ -120,7 +175,27 @@ TEST_F(DataConverterTest, RawAndBitmapRecordsTravelAsOneBinaryField) {
     }
     DataConverter::Initialize(static_cast<FileType>(3));
     EXPECT_TRUE(ToEcr("1").empty());
-    EXPECT_EQ(ToPc({0x0C, 0x00}), "<failed>");
+    EXPECT_EQ(ToPc(FromHex("0C 00")), "<failed>");
+}
+
+// Parts of the text parser that no conversion reaches: the caller's buffer sizes and GetField.
+TEST_F(DataConverterTest, TextParserRespectsTheCallersBuffer) {
+    const std::string line = "\"abc\",0x0102";
+    TextDataParser parser(reinterpret_cast<const byte*>(line.data()),
+                          static_cast<uint16>(line.size()));
+    char text[8];
+    byte data[2];
+    uint16 length = 0;
+    EXPECT_EQ(parser.GetField(text, 5, true), GetFieldResult_Error);
+    ASSERT_EQ(parser.GetField(text, 6, true), GetFieldResult_OK);
+    EXPECT_STREQ(text, "\"abc\"");
+    EXPECT_FALSE(TextDataParser(parser).GetString(text, 3));
+    EXPECT_TRUE(TextDataParser(parser).GetString(text, 4));
+    ASSERT_EQ(parser.GetField(text, 6, false), GetFieldResult_OK);
+    EXPECT_FALSE(TextDataParser(parser).GetBinary(data, 1, length));
+    ASSERT_TRUE(parser.GetBinary(data, 2, length));
+    EXPECT_EQ(Bytes(data, data + length), FromHex("01 02"));
+    EXPECT_EQ(parser.GetField(text, 8, false), GetFieldResult_EndOfData);
 }
 
 } // namespace
