@@ -7,12 +7,7 @@
 
 namespace {
 
-using testsupport::FileExists;
-using testsupport::ReadFile;
-using testsupport::RunResult;
-using testsupport::RunTavo;
-using testsupport::TempDir;
-using testsupport::WriteFile;
+using namespace testsupport;
 
 const char usageAfterVersion[] =
     "DATA PRESET AND REPORTS\n"
@@ -64,104 +59,53 @@ TEST_F(ApplicationTest, UsageForNoArgumentAndEveryHelpSwitch) {
     }
 }
 
-TEST_F(ApplicationTest, CommandLineErrorsEndWithStatusOne) {
+TEST_F(ApplicationTest, FailureBeforeTheLogIsOpenEndsTheRunUnlogged) {
     const struct {
         std::vector<std::string> args;
-        std::string message;
+        int status;
+        std::string shown;
     } cases[] = {
-        {{"/HELP"}, "Unknown command"},
-        {{"list", "3"}, "Unknown command"},
-        {{"read", "3"}, "Not enough parameters"},
-        {{"readfiscalstatus"}, "Not enough parameters"},
-        {{"read", "x1", "a.csv"}, "Unknown data type"},
-        {{"clear", "3", "/ComNumber"}, "Bad command line parameter: /ComNumber"},
-        {{"clear", "3", "/=5"}, "Bad command line parameter: /=5"},
-        {{"clear", "3", "/ComNumber="}, "Bad command line parameter: /ComNumber="},
-        {{"clear", "3", "ComNumber=5"}, "Bad command line parameter: ComNumber=5"},
+        // Logging starts after the command line has been read.
+        {{"clear", "3", "/Bad"}, 1, "Bad command line parameter: /Bad (use /? for help)"},
+        {{"runserver", "/StandardLog=-1"}, 99, "Internal error"},
     };
     for (const auto& c : cases) {
-        const RunResult r = RunTavo(c.args);
-        EXPECT_EQ(r.exitStatus, 1) << c.message;
-        EXPECT_EQ(r.output,
-                  c.message + " (use /? for help)\nCompleted with errors\nReturn value 1\n");
+        const RunResult r = Run(c.args);
+        EXPECT_EQ(r.exitStatus, c.status);
+        EXPECT_EQ(r.output, c.shown + "\nCompleted with errors\nReturn value " +
+                                std::to_string(c.status) + "\n");
+        EXPECT_FALSE(FileExists(StdLog())) << c.shown;
     }
-    // Logging starts after the command line is parsed, so nothing is logged.
-    const RunResult r = Run({"clear", "3", "/Bad"});
-    EXPECT_EQ(r.exitStatus, 1);
-    EXPECT_FALSE(FileExists(m_dir.File("logs")));
 }
 
-TEST_F(ApplicationTest, RunIsLoggedWithSeparatorStartAndCompletion) {
-    const RunResult r = Run({"runserver", "/ServerPortFrom=5000"});
-    EXPECT_EQ(r.exitStatus, 99);
-    EXPECT_EQ(r.output, "Completed with errors\nReturn value 99\n");
-    const std::string log = ReadFile(StdLog());
-    const std::string pattern =
-        std::string("\n\n") + timeStamp +
-        "TAVO driver version 3\\.3\\.3 started \\(as executable\\)\\. Command line: \"[^\"]*tavo\" "
-        "runserver /ServerPortFrom=5000 /ConfigFilePath=[^ ]+ /LogFilePath=[^ ]+\n" +
-        timeStamp + "Completed with errors\n";
-    EXPECT_TRUE(std::regex_match(log, std::regex(pattern))) << log;
-    EXPECT_FALSE(FileExists(m_dir.File("logs/dbgerror.log")));
-
-    // A second run appends below the first.
-    Run({"runserver"});
-    const std::string twice = ReadFile(StdLog());
-    EXPECT_EQ(twice.substr(0, log.size()), log);
-    EXPECT_GT(twice.size(), log.size());
-}
-
-TEST_F(ApplicationTest, StandardLogZeroLeavesTheLogAsItWas) {
-    ASSERT_EQ(system(("mkdir -p " + m_dir.File("logs")).c_str()), 0);
-    WriteFile(StdLog(), "previous runs\n");
-    WriteFile(m_dir.File("logs/dbgerror.log"), "old debug\n");
-    WriteFile(m_dir.File("TAVO.ini"), "[Common]\nStandardLog=0\nDbgErrorLog=3\n");
-    EXPECT_EQ(Run({"runserver"}).exitStatus, 99);
-    EXPECT_EQ(ReadFile(StdLog()), "previous runs\n");
-    EXPECT_EQ(ReadFile(m_dir.File("logs/dbgerror.log")), "old debug\n");
-}
-
-TEST_F(ApplicationTest, UnreadableConfigurationFallsBackToDefaults) {
-    // The NUL byte makes the whole file unreadable, so StandardLog=0 does not apply.
-    WriteFile(m_dir.File("TAVO.ini"), std::string("[Common]\nStandardLog=0\n\0", 24));
-    EXPECT_EQ(Run({"runserver"}).exitStatus, 99);
-    EXPECT_NE(ReadFile(StdLog()).find("Completed with errors"), std::string::npos);
-
-    WriteFile(m_dir.File("TAVO.ini"),
-              "[Common]\nStandardLog=0\nX=" + std::string(10 * 1024 * 1024, 'x') + "\n");
-    std::remove(StdLog().c_str());
-    EXPECT_EQ(Run({"runserver"}).exitStatus, 99);
-    EXPECT_FALSE(FileExists(StdLog()));
-}
-
-TEST_F(ApplicationTest, UnusableLogDirectoryIsReported) {
-    WriteFile(m_dir.File("file"), "");
-    RunResult r = RunTavo({"runserver", "/LogFilePath=" + m_dir.File("file/sub"),
-                           "/ConfigFilePath=" + m_dir.File("none.ini")});
-    EXPECT_EQ(r.exitStatus, 50);
-    EXPECT_EQ(r.output, "System error: Log file directory create failed\nCompleted with errors\n"
-                        "Return value 50\n");
-
-    ASSERT_EQ(system(("mkdir -p " + m_dir.File("logs/TAVO.log")).c_str()), 0);
-    r = Run({"runserver"});
-    EXPECT_EQ(r.exitStatus, 13);
-    EXPECT_EQ(r.output,
-              "Can't open file '" + StdLog() + "'\nCompleted with errors\nReturn value 13\n");
-}
-
-TEST_F(ApplicationTest, NoStandardLogEndsInAnInternalError) {
-    const RunResult r = Run({"runserver", "/StandardLog=-1"});
-    EXPECT_EQ(r.exitStatus, 99);
-    EXPECT_EQ(r.output, "Internal error\nCompleted with errors\nReturn value 99\n");
-    EXPECT_FALSE(FileExists(StdLog()));
-}
-
-TEST_F(ApplicationTest, BadProtocolSetIsAConfigurationError) {
+TEST_F(ApplicationTest, RunIsLoggedFromItsStartToItsCompletion) {
     const RunResult r = Run({"clear", "3", "/ProtocolSet=2"});
     EXPECT_EQ(r.exitStatus, 10);
     EXPECT_EQ(r.output, "Configuration error: Invalid ProtocolSet parameter\n"
                         "Completed with errors\nReturn value 10\n");
-    EXPECT_NE(ReadFile(StdLog()).find(" Invalid ProtocolSet parameter\n"), std::string::npos);
+    const std::string log = ReadFile(StdLog());
+    const std::string pattern =
+        std::string("\n\n") + timeStamp +
+        "TAVO driver version 3\\.3\\.3 started \\(as executable\\)\\. Command line: \"[^\"]*tavo\" "
+        "clear 3 /ProtocolSet=2 /ConfigFilePath=[^ ]+ /LogFilePath=[^ ]+\n" +
+        timeStamp + "Invalid ProtocolSet parameter\n" + timeStamp + "Completed with errors\n";
+    EXPECT_TRUE(std::regex_match(log, std::regex(pattern))) << log;
+}
+
+TEST_F(ApplicationTest, UnusableLogIsReportedWithItsCause) {
+    WriteFile(m_dir.File("logs"), "");
+    RunResult r = Run({"runserver"});
+    EXPECT_EQ(r.exitStatus, 50);
+    EXPECT_EQ(r.output, "System error: Log file directory create failed\nCompleted with errors\n"
+                        "Return value 50\n");
+    EXPECT_EQ(r.errors, "tavo: " + m_dir.File("logs/") + ": File exists\n");
+    std::remove(m_dir.File("logs").c_str());
+    ASSERT_EQ(system(("mkdir -p " + StdLog()).c_str()), 0);
+    r = Run({"runserver"});
+    EXPECT_EQ(r.exitStatus, 13);
+    EXPECT_EQ(r.output,
+              "Can't open file '" + StdLog() + "'\nCompleted with errors\nReturn value 13\n");
+    EXPECT_EQ(r.errors, "tavo: " + StdLog() + ": Is a directory\n");
 }
 
 } // namespace
