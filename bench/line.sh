@@ -13,11 +13,10 @@
 #     duplex, so both count), from TraceFile runs;
 #   - records per second against ecrsim --baud 38400 and 115200 as a percentage of the limit
 #     those bytes allow: baud / 10 bits per byte / bytes per record (median of 3);
-#   - records per second with --turnaround 16 (the delay a USB adapter adds before every
-#     answer) at 38400 baud: Send with RecordsInPacket 1 and 10, and Read.
+#   - records per second with --turnaround 16 (the delay a USB adapter adds between the PC's
+#     last byte and the answer) at 38400 baud: Send with RecordsInPacket 1 and 10, and Read.
 # Rates are taken between a 1-record and an N-record run, so that starting the program and the
-# session does not count. The simulator's timed waits are made exact where the system allows
-# (timer slack 1 ns instead of 50 us), as a real line does not oversleep.
+# session does not count.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build="${1:-build}"
@@ -45,7 +44,6 @@ start_sim() { # ecrsim options...
     for _ in $(seq 50); do [ -s "$work/tty" ] && break; sleep 0.1; done
     tty="$(head -n 1 "$work/tty")"
     [ -n "$tty" ] || { echo "ecrsim did not start" >&2; exit 1; }
-    echo 1 >"/proc/$sim_pid/timerslack_ns" 2>/dev/null || true
 }
 
 articles() { # count: writes $work/plu<count>.csv

@@ -7,8 +7,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <poll.h>
-#include <sys/ioctl.h>
+#include <sys/prctl.h>
 #include <termios.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace {
@@ -20,6 +21,8 @@ volatile std::sig_atomic_t stopRequested = 0;
 const std::chrono::milliseconds longestWait(100);
 // A line that takes no byte for this long has nobody reading it.
 const std::chrono::seconds stuckLimit(2);
+// How late a timer may fire: some 20 us on a virtual machine even with the least slack.
+const std::chrono::microseconds timerLateness(50);
 const long long nanosPerSecond = 1000000000LL;
 
 [[noreturn]] void LineGone(const char* what) {
@@ -27,12 +30,24 @@ const long long nanosPerSecond = 1000000000LL;
     std::exit(1);
 }
 
+timespec ToTimespec(std::chrono::nanoseconds span) {
+    return {static_cast<time_t>(span.count() / nanosPerSecond),
+            static_cast<long>(span.count() % nanosPerSecond)};
+}
+
 } // namespace
 
 SimLine::SimLine(int fd, int unreadSide, const LineTiming& timing, double corruptRate,
                  unsigned seed)
     : m_fd(fd), m_unreadSide(unreadSide), m_timing(timing), m_corruptRate(corruptRate),
-      m_random(seed), m_inputFreeAt(Clock::now()), m_outputFreeAt(Clock::now()) {}
+      m_random(seed), m_inputFreeAt(Clock::now()), m_outputFreeAt(Clock::now()),
+      m_answerFrom(Clock::now()) {
+    if (m_timing.baud > 0) {
+        // The default slack lets a timer fire up to 50 us late: at 115200 baud more than half
+        // a byte time, added to every answer.
+        prctl(PR_SET_TIMERSLACK, 1UL, 0UL, 0UL, 0UL);
+    }
+}
 
 void SimLine::RequestStop(int) {
     stopRequested = 1;
@@ -65,9 +80,9 @@ SimLine::Clock::time_point SimLine::ByteEnd(Clock::time_point start, size_t inde
     return start + std::chrono::nanoseconds(nanos);
 }
 
-void SimLine::Collect() {
+void SimLine::Collect(Clock::time_point arrival) {
     byte chunk[4096];
-    for (;;) {
+    for (;; arrival = m_timing.baud > 0 ? Clock::now() : arrival) {
         const ssize_t got = read(m_fd, chunk, sizeof(chunk));
         if (got < 0 && errno == EINTR) {
             continue;
@@ -78,12 +93,12 @@ void SimLine::Collect() {
         if (got <= 0) {
             LineGone("the line is gone");
         }
-        const Clock::time_point now = Clock::now();
         for (ssize_t i = 0; i < got; ++i) {
-            Clock::time_point ready = now;
+            Clock::time_point ready = arrival;
             if (m_timing.baud > 0) {
-                // The byte is through one byte time after the line was free for it.
-                ready = ByteEnd(std::max(now, m_inputFreeAt), 0);
+                // The byte is through one byte time after the line was free for it. When the
+                // PC wrote it is unknown; the moment it was seen is the earliest safe guess.
+                ready = ByteEnd(std::max(arrival, m_inputFreeAt), 0);
                 m_inputFreeAt = ready;
             }
             m_input.push_back({chunk[i], ready});
@@ -101,16 +116,16 @@ bool SimLine::WaitUntil(Clock::time_point deadline, bool returnOnInput, short ev
             return true;
         }
         const auto wait = std::min<Clock::duration>(deadline - now, longestWait);
-        const long long nanos = std::chrono::duration_cast<std::chrono::nanoseconds>(wait).count();
-        const timespec timeout = {static_cast<time_t>(nanos / nanosPerSecond),
-                                  static_cast<long>(nanos % nanosPerSecond)};
+        const timespec timeout = ToTimespec(wait);
         pollfd pfd = {m_fd, static_cast<short>(POLLIN | events), 0};
         const int ready = ppoll(&pfd, 1, &timeout, nullptr);
+        // Read before anything else, so that this process's own work does not delay the bytes.
+        const Clock::time_point woke = m_timing.baud > 0 ? Clock::now() : Clock::time_point();
         if (ready < 0 && errno != EINTR) {
             LineGone("cannot wait for the line");
         }
         if (ready > 0 && (pfd.revents & (POLLIN | POLLHUP | POLLERR)) != 0) {
-            Collect();
+            Collect(woke);
             if (returnOnInput) {
                 return true;
             }
@@ -118,6 +133,26 @@ bool SimLine::WaitUntil(Clock::time_point deadline, bool returnOnInput, short ev
         if (ready > 0 && (pfd.revents & events) != 0) {
             return true;
         }
+    }
+}
+
+bool SimLine::SleepUntil(Clock::time_point deadline, bool exact) {
+    const Clock::time_point wakeUp = exact ? deadline - timerLateness : deadline;
+    for (;;) {
+        if (StopRequested()) {
+            return false;
+        }
+        const Clock::time_point now = Clock::now();
+        if (now >= deadline) {
+            return true;
+        }
+        if (now >= wakeUp) {
+            continue; // the last stretch is watched on the clock
+        }
+        // An absolute wake-up does not oversleep by the time it took to get here. The steady
+        // clock counts from the zero of CLOCK_MONOTONIC. A signal ends the sleep early.
+        const timespec until = ToTimespec(std::min(wakeUp, now + longestWait).time_since_epoch());
+        clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
     }
 }
 
@@ -130,10 +165,12 @@ bool SimLine::ReadByte(byte& value, int timeoutMs) {
         // Without a line speed every byte is ready as it arrives.
         if (!m_input.empty() && (m_timing.baud == 0 || m_input.front().ready <= Clock::now())) {
             value = MaybeDamage(m_input.front().value);
+            m_answerFrom = m_input.front().ready;
             m_input.pop_front();
             return true;
         }
         if (Clock::now() >= deadline) {
+            m_answerFrom = deadline;
             return false;
         }
         if (m_input.empty()) {
@@ -177,32 +214,42 @@ bool SimLine::Write(const std::vector<byte>& bytes) {
     for (byte& b : out) {
         b = MaybeDamage(b);
     }
-    Clock::time_point start = Clock::now() + std::chrono::milliseconds(m_timing.turnaroundMs);
+    const std::chrono::milliseconds turnaround(m_timing.turnaroundMs);
     if (m_timing.baud > 0) {
-        start = std::max(start, m_outputFreeAt);
+        return WritePaced(out, std::max(m_answerFrom + turnaround, m_outputFreeAt));
     }
-    if (!WaitUntil(start, false)) {
+    // Without a line speed bytes carry no times: the turnaround counts from now.
+    if (turnaround.count() > 0 && !WaitUntil(Clock::now() + turnaround, false)) {
         return false;
     }
-    if (m_timing.baud == 0) {
-        return WriteNow(out.data(), out.size());
-    }
-    // Each byte is handed over when a real line would have delivered it completely.
-    m_outputFreeAt = ByteEnd(start, out.size() - 1);
+    return WriteNow(out.data(), out.size());
+}
+
+// The sleeps do not watch the line: the PC does not send while it waits for an answer, and
+// what it sends all the same is taken in by the next read, stamped later than it came, never
+// sooner.
+bool SimLine::WritePaced(const std::vector<byte>& bytes, Clock::time_point start) {
+    m_outputFreeAt = ByteEnd(start, bytes.size() - 1);
     size_t sent = 0;
-    while (sent < out.size()) {
+    while (sent < bytes.size()) {
+        // Whatever is due goes at once: a late wake-up must not push the rest back.
         const Clock::time_point now = Clock::now();
         size_t due = sent;
-        while (due < out.size() && ByteEnd(start, due) <= now) {
+        while (due < bytes.size() && ByteEnd(start, due) <= now) {
             ++due;
         }
         if (due > sent) {
-            if (!WriteNow(out.data() + sent, due - sent)) {
+            if (!WriteNow(bytes.data() + sent, due - sent)) {
                 return false;
             }
             sent = due;
-        } else if (!WaitUntil(ByteEnd(start, sent), false)) {
-            return false;
+        } else {
+            // The PC waits for the last byte of a block: a timer's lateness there would add
+            // to every exchange.
+            const bool last = sent + 1 == bytes.size();
+            if (!SleepUntil(ByteEnd(start, sent), last)) {
+                return false;
+            }
         }
     }
     return true;

@@ -12,7 +12,7 @@ struct SimOptions {
     int baud = 0;                    // device speed (0: 38400); on a pseudo-terminal the paced
                                      // speed (0: none)
     int bitsPerByte = 10;            // bits a byte takes on a paced line
-    int turnaroundMs = 0;            // delay before every answer
+    int turnaroundMs = 0;            // delay between the PC's last byte and the answer
     char parity = 'o';               // 'n', 'o' or 'e' on a serial device
     std::string dataDir;             // where sections are loaded from and saved to; empty: memory
     int tcVersion = 3;               // transport-control version spoken: 1, 2 or 3
