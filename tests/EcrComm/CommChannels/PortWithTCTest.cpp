@@ -1,6 +1,5 @@
 #include "EcrComm/CommChannels/PortWithTC.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "AppConfig.h"
@@ -11,29 +10,23 @@ using namespace linktest;
 
 namespace {
 
-const byte ACK = 0x06;
-const byte NAK = 0x15;
-const byte ETX = 0x03;
-const int frameWaitMs = 3000;
-// Longer than the response time configured below: the port has given up on an answer.
-const int quietMs = 300;
-
 class PortWithTCTest : public ::testing::Test {
 protected:
-    void Open(const std::vector<std::pair<std::string, std::string>>& extra = {}) {
-        std::vector<std::pair<std::string, std::string>> parameters = {
-            {"TTY", m_pty.TtyName()},
-            {"SerialProtocolRetryCount", "3"},
-            {"SerialProtocolResponseMaxTime", "100"},
-            {"SerialProtocolByteMaxTime", "200"}};
-        parameters.insert(parameters.end(), extra.begin(), extra.end());
-        testsupport::LoadConfiguration(m_dir.File("TAVO.ini"), parameters);
+    void Open(const std::string& retryCount, const char* version = nullptr) {
+        testsupport::LoadConfiguration(m_dir.File("TAVO.ini"),
+                                       {{"TTY", m_pty.TtyName()},
+                                        {"SerialProtocolRetryCount", retryCount},
+                                        {"SerialProtocolResponseMaxTime", "100"}});
+        if (version != nullptr) {
+            AppConfig::SetParameter("SerialProtocolVersion", version, false);
+        }
         m_port.Open();
         m_port.SetReadTimeout(1000);
     }
     void TearDown() override { m_port.Close(); }
 
-    bool Write(const Bytes& data) {
+    bool Write(const char* hex) {
+        const Bytes data = HexBytes(hex);
         return m_port.Write(data.data(), static_cast<unsigned int>(data.size()));
     }
     // Reads size bytes; returns them, or "false: " and what was delivered.
@@ -43,182 +36,108 @@ protected:
         return complete ? ToHex(data) : "false: " + ToHex(data);
     }
 
+    // The ECR's side: expects the frame and answers it: A(CK), N(AK), or - (not at all).
+    void ExpectFrame(const std::string& frame, char answer) {
+        EXPECT_EQ(ToHex(m_pty.Read(HexBytes(frame).size(), 3000)), frame);
+        if (answer != '-') {
+            m_pty.Write(HexBytes(answer == 'A' ? "06" : "15"));
+        }
+    }
+
     testsupport::TempDir m_dir;
     PseudoTerminal m_pty;
     PortWithTC m_port{CommChannel_SerialPortWithTC};
 };
 
-// The peer's side: expects one frame from the PC and answers it with one byte (or not at all).
-void ExpectFrame(PseudoTerminal& pty, const Bytes& expected, int answer) {
-    EXPECT_EQ(ToHex(pty.ReadThrough(ETX, frameWaitMs)), ToHex(expected));
-    if (answer >= 0) {
-        pty.Write(Bytes{static_cast<byte>(answer)});
-    }
-}
-
-void ExpectAnswer(PseudoTerminal& pty, byte answer) {
-    EXPECT_EQ(ToHex(pty.Read(1, frameWaitMs)), ToHex(Bytes{answer}));
+std::string Frame(int version, const char* payload, byte seqNo) {
+    return ToHex(BuildFrame(version, HexBytes(payload), seqNo));
 }
 
 } // namespace
 
-TEST_F(PortWithTCTest, BlocksGoOutAsExactFramesOfTheConfiguredVersion) {
-    // The first frame after opening carries number 0, the next one 32.
-    const char* const tableFrames[] = {"02 20 01 10 A2 41 62 67 03", "02 20 01 10 A2 41 62 64 03",
-                                       "02 01 10 A2 41 42 7A 03"};
-    for (int version : {3, 2, 1}) {
-        SCOPED_TRACE("version " + std::to_string(version));
-        Open({{"SerialProtocolVersion", std::to_string(version)}});
-        Peer peer(m_pty, [&](PseudoTerminal& pty) {
-            ExpectFrame(pty, BuildFrame(version, HexBytes("55"), 0), ACK);
-            ExpectFrame(pty, HexBytes(tableFrames[3 - version]), ACK);
+TEST_F(PortWithTCTest, BlocksAreRepeatedWhenRefusedThenSentInTheNextVersion) {
+    // The ECR's answer to each frame of block 41, by the frame's version: A(CK), N(AK) or
+    // - (silence). A delivered block is followed by block 42, which goes out in the version that
+    // worked with number 32: the first frame after opening or a switch carries number 0.
+    const struct {
+        const char *retryCount, *version, *answers;
+        bool delivered;
+        int finalVersion;
+        const char* setting; // the version setting afterwards: the one that worked
+    } cases[] = {
+        {"3", nullptr, "3N 3- 3A", true, 3, ""},
+        {"3", "2", "2A", true, 2, "2"},
+        {"3", "1", "1A", true, 1, "1"},
+        // Refusals mixed with silence: no other version is tried.
+        {"3", nullptr, "3N 3- 3N", false, 3, ""},
+        {"2", nullptr, "3N 3N 1N 1N 2A", true, 2, "2"},
+        {"1", "1", "1N 2A", true, 2, "2"},
+        {"1", nullptr, "3N 1N 2N", false, 3, ""},
+        // No attempts at all: straight through every version, nothing on the line.
+        {"0", nullptr, "", false, 3, ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.answers);
+        Open(c.retryCount, c.version);
+        auto ecr = std::async(std::launch::async, [&] {
+            const std::string answers = c.answers;
+            for (size_t at = 0; at < answers.size(); at += 3) {
+                ExpectFrame(Frame(answers[at] - '0', "41", 0), answers[at + 1]);
+            }
+            if (c.delivered) {
+                ExpectFrame(Frame(c.finalVersion, "42", 32), 'A');
+            }
+            EXPECT_EQ(ToHex(m_pty.Read(1, 300)), "");
         });
-        EXPECT_TRUE(Write(HexBytes("55")));
-        EXPECT_TRUE(Write(HexBytes("01 02 41")));
-        peer.Join();
-        EXPECT_EQ(m_port.GetProtocolVersion(), version);
+        EXPECT_EQ(Write("41"), c.delivered);
+        EXPECT_EQ(c.delivered && Write("42"), c.delivered);
+        ecr.get();
+        EXPECT_EQ(m_port.GetProtocolVersion(), c.finalVersion);
+        EXPECT_EQ(AppConfig::GetParameter("SerialProtocolVersion", ""), c.setting);
         m_port.Close();
     }
 }
 
-TEST_F(PortWithTCTest, RefusedOrUnansweredFramesAreRepeatedUpToTheRetryCount) {
-    Open();
-    const Bytes first = BuildFrame(3, HexBytes("31"), 0);
-    const Bytes second = BuildFrame(3, HexBytes("32"), 32);
-    Peer peer(m_pty, [&](PseudoTerminal& pty) {
-        ExpectFrame(pty, first, NAK);
-        ExpectFrame(pty, first, -1); // silence
-        ExpectFrame(pty, first, ACK);
-        // Refusals mixed with silence: no other version is tried.
-        ExpectFrame(pty, second, NAK);
-        ExpectFrame(pty, second, -1);
-        ExpectFrame(pty, second, NAK);
-        EXPECT_EQ(ToHex(pty.ReadUntilQuiet(quietMs)), "");
-    });
-    EXPECT_TRUE(Write(HexBytes("31")));
-    EXPECT_FALSE(Write(HexBytes("32")));
-    peer.Join();
-    EXPECT_EQ(m_port.GetProtocolVersion(), 3);
-    EXPECT_FALSE(AppConfig::HasParameter("SerialProtocolVersion"));
-}
-
-TEST_F(PortWithTCTest, RefusalOfEveryAttemptSwitchesVersionAndStoresTheWorkingOne) {
-    Open({{"SerialProtocolRetryCount", "2"}});
-    const Bytes payload = HexBytes("41 42");
-    Peer peer(m_pty, [&](PseudoTerminal& pty) {
-        for (int version : {3, 3, 1, 1}) {
-            ExpectFrame(pty, BuildFrame(version, payload, 0), NAK);
-        }
-        ExpectFrame(pty, BuildFrame(2, payload, 0), ACK);
-        // Both numbers restarted with the switch.
-        ExpectFrame(pty, BuildFrame(2, HexBytes("43"), 32), ACK);
-        pty.Write(BuildFrame(2, HexBytes("44"), 32));
-        ExpectAnswer(pty, ACK);
-    });
-    EXPECT_TRUE(Write(payload));
-    EXPECT_EQ(m_port.GetProtocolVersion(), 2);
-    EXPECT_EQ(AppConfig::GetParameter("SerialProtocolVersion", ""), "2");
-    EXPECT_TRUE(Write(HexBytes("43")));
-    EXPECT_EQ(Read(1), "44");
-    peer.Join();
-}
-
-TEST_F(PortWithTCTest, ThreeRefusedVersionsEndTheWrite) {
-    Open({{"SerialProtocolRetryCount", "1"}});
-    const Bytes payload = HexBytes("41");
-    Peer peer(m_pty, [&](PseudoTerminal& pty) {
-        for (int version : {3, 1, 2}) {
-            ExpectFrame(pty, BuildFrame(version, payload, 0), NAK);
-        }
-        EXPECT_EQ(ToHex(pty.ReadUntilQuiet(quietMs)), "");
-    });
-    EXPECT_FALSE(Write(payload));
-    peer.Join();
-    EXPECT_FALSE(AppConfig::HasParameter("SerialProtocolVersion"));
-
-    // No attempts at all: straight through three switches to false, nothing on the line.
-    m_port.Close();
-    Open({{"SerialProtocolRetryCount", "0"}});
-    EXPECT_FALSE(Write(payload));
-    EXPECT_EQ(m_port.GetProtocolVersion(), 3);
-    EXPECT_LT(MeasureMs([&] { EXPECT_EQ(Read(1), "false: EE"); }), 100);
-    EXPECT_EQ(ToHex(m_pty.ReadUntilQuiet(50)), "");
-}
-
 TEST_F(PortWithTCTest, IncomingFramesAreCheckedAnsweredAndHandedOutInPieces) {
-    Open();
-    Bytes corrupted = BuildFrame(3, HexBytes("41 42 43"), 33);
-    corrupted[3] ^= 0x01;
-    Peer peer(m_pty, [&](PseudoTerminal& pty) {
-        // An answer frame instead of an ACK delivers the block.
-        ExpectFrame(pty, BuildFrame(3, HexBytes("01"), 0), -1);
-        pty.Write(BuildFrame(3, HexBytes("5A 5B"), 32));
-        ExpectAnswer(pty, ACK);
-        // A bad frame and one without payload are refused; the repetition is taken.
-        for (const Bytes& frame : {corrupted, BuildFrame(3, Bytes(), 33)}) {
-            pty.Write(frame);
-            ExpectAnswer(pty, NAK);
-        }
-        pty.Write(BuildFrame(3, HexBytes("41 42 43"), 33));
-        ExpectAnswer(pty, ACK);
-        // Our ACK "got lost": the same frame again is acknowledged and dropped.
-        pty.Write(BuildFrame(3, HexBytes("41 42 43"), 33));
-        ExpectAnswer(pty, ACK);
-        // Garbage ahead of a frame is dropped.
-        pty.Write(Concat(HexBytes("FF 41 06"), BuildFrame(3, HexBytes("C3"), 34)));
-        ExpectAnswer(pty, ACK);
+    Open("3");
+    // An answer frame in place of the ACK confirms the block and is taken.
+    m_pty.Write(BuildFrame(3, HexBytes("5A 5B"), 32));
+    EXPECT_TRUE(Write("01"));
+    EXPECT_EQ(ToHex(m_pty.Read(100, 100)), Frame(3, "01", 0) + " 06");
+    const struct {
+        std::string sent;
+        unsigned int size;
+        const char* delivered;
+        const char* answers;
+    } cases[] = {
+        {"", 1, "5A", ""},
+        {"", 1, "5B", ""},
+        // A damaged frame (41 42 43 with one bit flipped) and one without payload are refused;
+        // the repetition is taken.
+        {"02 21 414343 61EA 03" + Frame(3, "", 33) + Frame(3, "41 42 43", 33), 3, "41 42 43",
+         "15 15 06"},
+        // Our ACK got lost: the same frame again is acknowledged and dropped. Garbage ahead of
+        // a frame is dropped.
+        {Frame(3, "41 42 43", 33) + "FF 41 06" + Frame(3, "C3", 34), 1, "C3", "06 06"},
         // Noise that ends in ETX but holds no STX is dropped whole and not answered.
-        pty.Write(Concat(HexBytes("41 42 03"), BuildFrame(3, HexBytes("01 02 03 04 05 06"), 35)));
-        EXPECT_EQ(ToHex(pty.ReadUntilQuiet(quietMs)), "06"); // no other frame was asked for
-        pty.Write(BuildFrame(3, HexBytes("0A 0B 0C 0D"), 36));
-        ExpectAnswer(pty, ACK);
-        pty.Write(BuildFrame(3, HexBytes("0E 0F"), 37));
-        ExpectAnswer(pty, ACK);
-        // A frame that stops short is refused once the line has been silent for the byte
-        // time; its repetition is taken.
-        pty.Write(HexBytes("02 26"));
-        ExpectAnswer(pty, NAK);
-        pty.Write(BuildFrame(3, HexBytes("10"), 38));
-        ExpectAnswer(pty, ACK);
-    });
-    EXPECT_TRUE(Write(HexBytes("01")));
-    EXPECT_EQ(Read(1), "5A");
-    EXPECT_EQ(Read(1), "5B");
-    EXPECT_EQ(Read(3), "41 42 43");
-    EXPECT_EQ(Read(1), "C3");
-    EXPECT_EQ(Read(2), "01 02");
-    EXPECT_EQ(Read(2), "03 04");
-    EXPECT_EQ(Read(2), "05 06");
-    // A frame shorter than asked for: what it has, and false; the next Read takes a new frame.
-    EXPECT_EQ(Read(6), "false: 0A 0B 0C 0D EE EE");
-    EXPECT_EQ(Read(2), "0E 0F");
-    EXPECT_EQ(Read(1), "10");
-    peer.Join();
-}
-
-TEST_F(PortWithTCTest, VanishedDeviceEndsWithAFixedError) {
-    Open();
-    Peer peer(m_pty, [&](PseudoTerminal& pty) {
-        pty.ReadThrough(ETX, frameWaitMs);
-        pty.CloseMaster();
-    });
-    std::string error;
-    const auto writeThrice = [&] {
-        Write(HexBytes("61"));
-        Write(HexBytes("61"));
-        Write(HexBytes("61"));
+        {"41 42 03" + Frame(3, "01 02 03 04 05 06", 35), 2, "01 02", "06"},
+        {"", 2, "03 04", ""},
+        {"", 2, "05 06", ""},
+        // A frame shorter than asked for: what it has, and false; the next Read takes a new
+        // frame.
+        {Frame(3, "0A 0B 0C 0D", 36), 6, "false: 0A 0B 0C 0D EE EE", "06"},
+        {Frame(3, "0E 0F", 37), 2, "0E 0F", "06"},
     };
-    EXPECT_LT(MeasureMs([&] { error = ErrorOf(writeThrice); }), 5000);
-    peer.Join();
-    EXPECT_THAT(error, ::testing::AnyOf("50: System error: Serial port write error",
-                                        "50: System error: Serial port read error",
-                                        "50: System error: Cannot read serial port timeouts"));
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.sent);
+        m_pty.Write(HexBytes(c.sent));
+        EXPECT_EQ(Read(c.size), c.delivered);
+        EXPECT_EQ(ToHex(m_pty.Read(100, 50)), c.answers);
+    }
 }
 
 TEST(PortWithTCArgumentsTest, ProgrammingErrorsAreInternalErrors) {
-    std::string log;
-    EXPECT_EQ(ErrorOf([] { PortWithTC port(CommChannel_SerialPort); }, &log), internalError);
-    EXPECT_THAT(log, ::testing::HasSubstr("src/EcrComm/CommChannels/PortWithTC"));
+    EXPECT_EQ(ErrorOf([] { PortWithTC port(CommChannel_SerialPort); }), internalError);
     PortWithTC port(CommChannel_SerialPortWithTC);
     byte data[2] = {1, 2};
     EXPECT_EQ(ErrorOf([&] { port.Read(nullptr, 1); }), internalError);

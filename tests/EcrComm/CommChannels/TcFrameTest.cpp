@@ -10,153 +10,117 @@ using namespace linktest;
 
 namespace {
 
-// Build and Parse of one version behind a common signature; version 1 ignores the number and
-// reports none (seqNo untouched).
-struct Codec {
-    int version;
-    uint16 (*build)(const byte* data, uint16 size, byte seqNo, byte* frame, uint16 bufSize);
-    uint16 (*parse)(const byte* frame, uint16 size, byte& seqNo, byte* data, uint16 bufSize);
-};
-
-uint16 BuildV1(const byte* data, uint16 size, byte, byte* frame, uint16 bufSize) {
-    return TcFrame_v1::Build(data, size, frame, bufSize);
-}
-uint16 ParseV1(const byte* frame, uint16 size, byte&, byte* data, uint16 bufSize) {
-    return TcFrame_v1::Parse(frame, size, data, bufSize);
+// Parses a frame of the version in place, as the port does, with room for bufSize bytes of
+// payload; returns the payload, or "refused". Version 1 reports no number: seqNo stays.
+std::string Parse(int version, Bytes frame, byte& seqNo, uint16 bufSize = 0xFFFF) {
+    byte* data = frame.data();
+    const uint16 size = static_cast<uint16>(frame.size());
+    const uint16 length = version == 1   ? TcFrame_v1::Parse(data, size, data, bufSize)
+                          : version == 2 ? TcFrame_v2::Parse(data, size, seqNo, data, bufSize)
+                                         : TcFrame::Parse(data, size, seqNo, data, bufSize);
+    return length == 0 ? "refused" : ToHex(Bytes(data, data + length));
 }
 
-const Codec codecs[] = {
-    {3, &TcFrame::Build, &TcFrame::Parse},
-    {2, &TcFrame_v2::Build, &TcFrame_v2::Parse},
-    {1, &BuildV1, &ParseV1},
-};
-
-Bytes Build(const Codec& codec, const Bytes& payload, byte seqNo, uint16 bufSize = 2048) {
-    Bytes frame(bufSize);
-    frame.resize(codec.build(payload.data(), static_cast<uint16>(payload.size()), seqNo,
-                             frame.data(), bufSize));
-    return frame;
-}
-
-// Parses frame in place, as the port does; returns the payload length (0: refused).
-uint16 Parse(const Codec& codec, Bytes& frame, byte& seqNo) {
-    return codec.parse(frame.data(), static_cast<uint16>(frame.size()), seqNo, frame.data(),
-                       static_cast<uint16>(frame.size()));
-}
-
-struct Example {
+// The worked examples. Frames are spaced by field: STX, number (none in version 1), escaped
+// payload, the two escaped check bytes, ETX.
+const struct {
     const char* payload;
     byte seqNo;
-    const char* frames[3]; // versions 3, 2, 1; null where not pinned down
-};
-
-const Example examples[] = {
-    {"01 02 41",
-     0x20,
-     {"02 20 01 10 A2 41 62 67 03", "02 20 01 10 A2 41 62 64 03", "02 01 10 A2 41 42 7A 03"}},
-    {"10 03",
-     0x21,
-     {"02 21 10 B0 10 A3 32 36 03", "02 21 10 B0 10 A3 32 34 03", "02 10 B0 10 A3 13 DA 03"}},
-    {"", 0x20, {"02 20 20 20 03", "02 20 20 20 03", "02 00 00 03"}},
-    {"55", 0xFF, {"02 FF 55 AA 55 03", "02 FF 55 AA 54 03", "02 55 55 56 03"}},
-    // Check bytes that are control values are escaped: 20 ^ E2 = C2, 20 + E2 + 1 = 03 (ETX).
-    {"E2", 0x20, {"02 20 E2 C2 10 A3 03", nullptr, nullptr}},
-    // Version 1: 01 ^ 02 = 03, -(03 + 03) = FA.
-    {"01 02", 0, {nullptr, nullptr, "02 01 10 A2 10 A3 FA 03"}},
+    const char *v3, *v2, *v1;
+} examples[] = {
+    {"010241", 0x20, "02 20 0110A241 6267 03", "02 20 0110A241 6264 03", "02 0110A241 427A 03"},
+    {"1003", 0x21, "02 21 10B010A3 3236 03", "02 21 10B010A3 3234 03", "02 10B010A3 13DA 03"},
+    {"", 0x20, "02 20 2020 03", "02 20 2020 03", "02 0000 03"},
+    {"55", 0xFF, "02 FF 55 AA55 03", "02 FF 55 AA54 03", "02 55 5556 03"},
+    // Check bytes that are control values are escaped too.
+    {"E2", 0x20, "02 20 E2 C210A3 03", "02 20 E2 C210A2 03", "02 E2 E23C 03"},
+    {"0102", 0x00, "02 00 0110A2 10A305 03", "02 00 0110A2 10A310A3 03", "02 0110A2 10A3FA 03"},
+    {"0203061015", 0x40, "02 40 10A210A310A610B010B5 4275 03", "02 40 10A210A310A610B010B5 4270 03",
+     "02 10A210A310A610B010B5 10A2CE 03"},
 };
 
 } // namespace
 
-TEST(TcFrameTest, ExamplesBuildAndParseInEveryVersion) {
-    for (const Example& example : examples) {
-        for (int i = 0; i < 3; ++i) {
-            if (example.frames[i] == nullptr) {
-                continue;
-            }
-            const Codec& codec = codecs[i];
-            SCOPED_TRACE("version " + std::to_string(codec.version) + " '" + example.payload + "'");
-            const Bytes payload = HexBytes(example.payload);
-            Bytes frame = HexBytes(example.frames[i]);
-            EXPECT_EQ(ToHex(Build(codec, payload, example.seqNo)), ToHex(frame));
+TEST(TcFrameTest, WorkedExamplesInEveryVersion) {
+    for (const auto& example : examples) {
+        const char* const frames[] = {example.v1, example.v2, example.v3};
+        for (int version = 1; version <= 3; ++version) {
+            SCOPED_TRACE("version " + std::to_string(version) + " '" + example.payload + "'");
+            const Bytes frame = HexBytes(frames[version - 1]);
+            EXPECT_EQ(ToHex(BuildFrame(version, HexBytes(example.payload), example.seqNo)),
+                      ToHex(frame));
             byte seqNo = 0x77;
-            const uint16 length = Parse(codec, frame, seqNo);
-            EXPECT_EQ(ToHex(Bytes(frame.begin(), frame.begin() + length)), ToHex(payload));
-            EXPECT_EQ(seqNo, codec.version == 1 ? 0x77 : example.seqNo);
+            // An empty payload is reported as a refusal: the length 0 cannot tell them apart.
+            EXPECT_EQ(Parse(version, frame, seqNo),
+                      example.payload[0] ? ToHex(HexBytes(example.payload)) : "refused");
+            EXPECT_EQ(seqNo, version == 1 ? 0x77 : example.seqNo);
         }
     }
 }
 
-TEST(TcFrameTest, ControlBytesAreEscapedAndLongPayloadsRoundTrip) {
-    const Bytes controlBytes = HexBytes("02 03 06 10 15");
-    Bytes longPayload(600);
-    for (size_t i = 0; i < longPayload.size(); ++i) {
-        longPayload[i] = static_cast<byte>(i * 7);
+TEST(TcFrameTest, BuffersHoldTheWholeFrameOrPayload) {
+    // Beyond 255 bytes, with every escape counted in the frame's size.
+    Bytes payload(600);
+    for (size_t i = 0; i < payload.size(); ++i) {
+        payload[i] = static_cast<byte>(i * 7);
     }
-    for (const Codec& codec : codecs) {
-        SCOPED_TRACE("version " + std::to_string(codec.version));
-        const Bytes frame = Build(codec, controlBytes, 0x40);
-        const size_t start = codec.version == 1 ? 1 : 2;
-        ASSERT_GE(frame.size(), start + 10 + 3);
-        EXPECT_EQ(ToHex(Bytes(frame.begin() + start, frame.begin() + start + 10)),
-                  "10 A2 10 A3 10 A6 10 B0 10 B5");
-        // The exact size fits; one byte less is refused and nothing is written.
-        EXPECT_EQ(Build(codec, controlBytes, 0x40, static_cast<uint16>(frame.size())), frame);
-        Bytes tooSmall(frame.size() - 1, 0xEE);
-        EXPECT_EQ(codec.build(controlBytes.data(), 5, 0x40, tooSmall.data(),
-                              static_cast<uint16>(tooSmall.size())),
-                  0);
-        EXPECT_EQ(tooSmall, Bytes(frame.size() - 1, 0xEE));
-
-        Bytes longFrame = Build(codec, longPayload, 0x90);
+    for (int version = 1; version <= 3; ++version) {
+        SCOPED_TRACE("version " + std::to_string(version));
+        const Bytes frame = BuildFrame(version, payload, 0x40);
+        const uint16 size = static_cast<uint16>(frame.size());
+        EXPECT_EQ(BuildFrame(version, payload, 0x40, size), frame);
+        EXPECT_EQ(BuildFrame(version, payload, 0x40, size - 1), Bytes());
         byte seqNo = 0;
-        ASSERT_EQ(Parse(codec, longFrame, seqNo), longPayload.size());
-        EXPECT_TRUE(std::equal(longPayload.begin(), longPayload.end(), longFrame.begin()));
+        EXPECT_EQ(Parse(version, frame, seqNo, 600), ToHex(payload));
+        EXPECT_EQ(Parse(version, frame, seqNo, 599), "refused");
     }
 }
 
-TEST(TcFrameTest, SequenceNumbersOneToThirtyOneAreRefused) {
-    const Bytes payload = HexBytes("41");
-    for (const Codec& codec : {codecs[0], codecs[1]}) {
-        SCOPED_TRACE("version " + std::to_string(codec.version));
-        EXPECT_TRUE(Build(codec, payload, 1).empty());
-        EXPECT_TRUE(Build(codec, payload, 31).empty());
-        EXPECT_FALSE(Build(codec, payload, 32).empty());
-        // The number is reported even when it makes the frame invalid.
-        Bytes frame = Build(codec, payload, 0);
-        byte seqNo = 0xAA;
-        EXPECT_EQ(Parse(codec, frame, seqNo), 1);
-        EXPECT_EQ(seqNo, 0);
-        frame = Build(codec, payload, 0);
-        frame[1] = 0x1F;
-        EXPECT_EQ(Parse(codec, frame, seqNo), 0);
+TEST(TcFrameTest, SequenceNumbersRunFrom32To255) {
+    // 0 is the number of the first frame after a reset; 1 to 31 are never valid.
+    const struct {
+        byte seqNo;
+        bool valid;
+        byte next;
+    } numbers[] = {{0, true, 32},  {1, false, 0},    {31, false, 0},
+                   {32, true, 33}, {200, true, 201}, {255, true, 32}};
+    for (const auto& number : numbers) {
+        SCOPED_TRACE(number.seqNo);
+        EXPECT_EQ(TcFrameSeqNo::IsValid(number.seqNo), number.valid);
+        if (number.valid) {
+            EXPECT_EQ(TcFrameSeqNo::Next(number.seqNo), number.next);
+        }
+        EXPECT_EQ(BuildFrame(3, HexBytes("41"), number.seqNo).empty(), !number.valid);
+        EXPECT_EQ(BuildFrame(2, HexBytes("41"), number.seqNo).empty(), !number.valid);
+    }
+    // Number 1F with the right check bytes: refused, and the number is reported all the same.
+    for (int version : {2, 3}) {
+        byte seqNo = 0;
+        const char* frame = version == 3 ? "02 1F 41 5E61 03" : "02 1F 41 5E60 03";
+        EXPECT_EQ(Parse(version, HexBytes(frame), seqNo), "refused");
         EXPECT_EQ(seqNo, 0x1F);
     }
 }
 
-TEST(TcFrameTest, CorruptedTruncatedOrMisescapedFramesAreRejected) {
+TEST(TcFrameTest, CorruptedTruncatedOrMisescapedFramesAreRefused) {
     const Bytes payload = HexBytes("00 41 FF 10 7E 03 80 15");
     // A DLE in a check position, and a DLE right before ETX that would swallow it when
     // unescaped: refused without reading past the frame (checked under ASan).
-    const Bytes strayDles[] = {HexBytes("02 20 41 10 62 03"), HexBytes("02 20 10 10 03"),
-                               HexBytes("02 10 10 10 03")};
-    for (const Codec& codec : codecs) {
-        SCOPED_TRACE("version " + std::to_string(codec.version));
-        const Bytes frame = Build(codec, payload, 0x33);
-        byte data[64];
+    const char* const strayDles[] = {"02 20 41 10 62 03", "02 20 10 10 03", "02 10 10 10 03"};
+    for (int version = 1; version <= 3; ++version) {
+        SCOPED_TRACE("version " + std::to_string(version));
+        const Bytes frame = BuildFrame(version, payload, 0x33);
         byte seqNo = 0;
         for (size_t pos = 0; pos < frame.size(); ++pos) {
             for (byte flip : {0x01, 0x20, 0x80}) {
                 Bytes corrupted = frame;
                 corrupted[pos] ^= flip;
-                EXPECT_EQ(Parse(codec, corrupted, seqNo), 0) << ToHex(corrupted);
+                EXPECT_EQ(Parse(version, corrupted, seqNo), "refused") << ToHex(corrupted);
             }
-            EXPECT_EQ(codec.parse(frame.data(), static_cast<uint16>(pos), seqNo, data, 64), 0);
+            EXPECT_EQ(Parse(version, Bytes(frame.begin(), frame.begin() + pos), seqNo), "refused");
         }
-        for (Bytes stray : strayDles) {
-            EXPECT_EQ(
-                codec.parse(stray.data(), static_cast<uint16>(stray.size()), seqNo, data, 0xFFFF),
-                0)
-                << ToHex(stray);
+        for (const char* stray : strayDles) {
+            EXPECT_EQ(Parse(version, HexBytes(stray), seqNo), "refused") << stray;
         }
     }
 }
