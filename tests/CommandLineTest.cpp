@@ -51,6 +51,19 @@ TEST(CommandLineTest, ParametersSplitAtTheFirstSeparator) {
     }
 }
 
+TEST(CommandLineTest, MissingArgumentsAreReported) {
+    for (const std::vector<const char*>& argv :
+         std::vector<std::vector<const char*>>{{"tavo", "read", "3"},
+                                               {"tavo", "clear"},
+                                               {"tavo", "readfiscalstatus"},
+                                               {"tavo", "executeserver"}}) {
+        const int argc = static_cast<int>(argv.size());
+        EXPECT_EQ(CommandLineError([&] { CollectParameters(argc, argv.data()); }),
+                  "Not enough parameters (use /? for help)")
+            << argv[1];
+    }
+}
+
 TEST(CommandLineTest, CollectedParametersBecomeTheSettingsOfTheRun) {
     testsupport::TempDir dir;
     testsupport::WriteFile(dir.File("d.ini"), "[Common]\nDelimiter=;\n");

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <sys/time.h>
+#include <ctime>
 
 #include "Path.h"
 #include "Tools.h"
@@ -11,11 +11,6 @@ namespace {
 TEST(ToolsTest, TrimRemovesCharacterSetsFromEitherEnd) {
     EXPECT_EQ(Trim("abcba", "ab"), "c"); // a set of characters, not a substring
     EXPECT_EQ(Trim(" \t ", " \t"), "");
-}
-
-TEST(ToolsTest, CaseConversionTouchesAsciiLettersOnly) {
-    EXPECT_EQ(ToUpper("readAndClear-1\xe4"), "READANDCLEAR-1\xe4");
-    EXPECT_EQ(ToLower("ECR_Shop1"), "ecr_shop1");
 }
 
 TEST(ToolsTest, FormatGrowsPastTheFixedBuffer) {
@@ -46,19 +41,11 @@ TEST(ToolsTest, SleepCountsTenMillisecondUnitsBelowOneSecond) {
 }
 
 TEST(ToolsTest, LocalTimeCountsMonthsFromOne) {
-    // Read between two clock readings of the same second, the milliseconds lie between theirs.
-    timeval before;
-    timeval after;
     tagSYSTEMTIME now;
-    do {
-        gettimeofday(&before, nullptr);
-        GetLocalTime(&now);
-        gettimeofday(&after, nullptr);
-    } while (before.tv_sec != after.tv_sec);
-    EXPECT_GE(now.wMilliseconds, before.tv_usec / 1000);
-    EXPECT_LE(now.wMilliseconds, after.tv_usec / 1000);
+    GetLocalTime(&now);
+    const time_t seconds = time(nullptr);
     struct tm local;
-    localtime_r(&after.tv_sec, &local);
+    localtime_r(&seconds, &local);
     EXPECT_EQ(now.wYear, local.tm_year + 1900);
     EXPECT_EQ(now.wMonth, local.tm_mon + 1);
 }
