@@ -73,11 +73,7 @@ TEST_F(DataConverterTest, EveryCsvFieldHasOneBinaryForm) {
     // validated: what cannot be read as one gives 0. The first and last characters of text are
     // taken as the quotes, and an open quote runs to the end of the line.
     const std::string x122(122, 'x');
-    const struct {
-        std::string pc;
-        std::string ecr;
-        std::string back;
-    } rows[] = {
+    const std::string rows[][3] = {
         {"300,0,-1", "0C 02 2C 01 0C 00 0D 01 80 01", ""},
         {"255,256,-655.36", "0C 01 FF 0C 02 00 01 0D 03 82 00 00 01", ""},
         {"-1.5,1.50,0.0,-.5,-", "0D 01 81 0F 0D 01 01 0F 0C 00 0D 01 81 05 0C 00",
@@ -96,17 +92,17 @@ TEST_F(DataConverterTest, EveryCsvFieldHasOneBinaryForm) {
         {"  \"" + x122 + "\"   ", "", ""},
         {"1,\"" + x122 + "xxxx\"\"\"", "", ""},
     };
-    for (const auto& row : rows) {
-        const Bytes ecr = FromHex(row.ecr);
-        const std::string back = row.back.empty() ? row.pc : row.back;
-        EXPECT_EQ(ToEcr(row.pc), ecr) << row.pc;
+    for (const auto& [pc, hex, changed] : rows) {
+        const Bytes ecr = FromHex(hex);
+        const std::string back = changed.empty() ? pc : changed;
+        EXPECT_EQ(ToEcr(pc), ecr) << pc;
         if (ecr.empty()) {
             continue;
         }
         EXPECT_EQ(ToPc(ecr), back);
         // A record may fill the ECR buffer exactly; a line leaves one byte free for the end.
-        EXPECT_EQ(ToEcr(row.pc, ecr.size()), ecr) << row.pc;
-        EXPECT_TRUE(ToEcr(row.pc, ecr.size() - 1).empty()) << row.pc;
+        EXPECT_EQ(ToEcr(pc, ecr.size()), ecr) << pc;
+        EXPECT_TRUE(ToEcr(pc, ecr.size() - 1).empty()) << pc;
         EXPECT_EQ(ToPc(ecr, back.size() + 1), back);
         EXPECT_EQ(ToPc(ecr, back.size()), "<failed>") << back;
     }
@@ -167,35 +163,10 @@ TEST_F(DataConverterTest, RawAndBitmapRecordsTravelAsOneBinaryField) {
         EXPECT_EQ(ToPc(ToEcr(pcRecord)), pcRecord);
         EXPECT_EQ(ToPc(FromHex("0E 01 41 0E 00")), "<failed>"); // two fields
         EXPECT_EQ(ToPc(FromHex("0B 41")), "<failed>");
-        // The length byte keeps only the low 8 bits, so a long record cannot come back whole.
-        const Bytes truncated = ToEcr(std::string(300, 'r'));
-        ASSERT_EQ(truncated.size(), 302u);
-        EXPECT_EQ(truncated[1], 300 - 256);
-        EXPECT_EQ(ToPc(truncated), "<failed>");
     }
     DataConverter::Initialize(static_cast<FileType>(3));
     EXPECT_TRUE(ToEcr("1").empty());
     EXPECT_EQ(ToPc(FromHex("0C 00")), "<failed>");
-}
-
-// Parts of the text parser that no conversion reaches: the caller's buffer sizes and GetField.
-TEST_F(DataConverterTest, TextParserRespectsTheCallersBuffer) {
-    const std::string line = "\"abc\",0x0102";
-    TextDataParser parser(reinterpret_cast<const byte*>(line.data()),
-                          static_cast<uint16>(line.size()));
-    char text[8];
-    byte data[2];
-    uint16 length = 0;
-    EXPECT_EQ(parser.GetField(text, 5, true), GetFieldResult_Error);
-    ASSERT_EQ(parser.GetField(text, 6, true), GetFieldResult_OK);
-    EXPECT_STREQ(text, "\"abc\"");
-    EXPECT_FALSE(TextDataParser(parser).GetString(text, 3));
-    EXPECT_TRUE(TextDataParser(parser).GetString(text, 4));
-    ASSERT_EQ(parser.GetField(text, 6, false), GetFieldResult_OK);
-    EXPECT_FALSE(TextDataParser(parser).GetBinary(data, 1, length));
-    ASSERT_TRUE(parser.GetBinary(data, 2, length));
-    EXPECT_EQ(Bytes(data, data + length), FromHex("01 02"));
-    EXPECT_EQ(parser.GetField(text, 8, false), GetFieldResult_EndOfData);
 }
 
 } // namespace

