@@ -1,13 +1,10 @@
 #include "EcrComm/CommBase.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "EcrComm/CommChannel.h"
+#include "EcrComm/CommChannels/Linux/ComPort.h"
+#include "EcrComm/CommChannels/PortWithTC.h"
 #include "EcrComm/IoStatistics.h"
 #include "EcrComm/LinkTestSupport.h"
-#include "Logging.h"
-#include "TestSupport.h"
 #include "Tools.h"
 
 using namespace linktest;
@@ -21,14 +18,10 @@ std::string Statistics() {
 }
 
 // Application frames of the standard protocol (0B) over the plain serial port.
-class CommBaseTest : public ::testing::Test {
+class CommBaseTest : public LinkTest {
 protected:
     void SetUp() override {
-        testsupport::LoadConfiguration(m_dir.File("TAVO.ini"),
-                                       {{"TTY", m_pty.TtyName()},
-                                        {"SerialProtocolByteMaxTime", "100"},
-                                        {"StandardLog", "1"},
-                                        {"LogFilePath", m_dir.Path()}});
+        Configure("[Common]\nSerialProtocolByteMaxTime=100\n");
         IoStatistics::Reset();
         SetProtocol(GetProtocolIDBySet(Protocol_Standard));
         SelectCommChannel(CommChannel_SerialPort);
@@ -39,9 +32,6 @@ protected:
         CommChannel_Close();
         SelectCommChannel(CommChannel_Ethernet);
     }
-
-    testsupport::TempDir m_dir;
-    PseudoTerminal m_pty;
 };
 
 } // namespace
@@ -95,10 +85,39 @@ TEST_F(CommBaseTest, IncomingFramesAreCheckedAndCounted) {
         EXPECT_EQ(std::to_string(result) + ": " + ToHex(delivered), c.result);
         EXPECT_EQ(Statistics(), c.counters);
     }
-    StartLogging();
-    LogIoStatistics();
-    StopLogging(false);
-    EXPECT_THAT(testsupport::ReadFile(m_dir.File("TAVO.log")),
-                ::testing::HasSubstr(
-                    " I/O statistics : OUT frames = 0, IN frames = 7, LOST = 2, GARB = 3\n"));
+}
+
+TEST_F(CommBaseTest, ReplacingAChannelDoesNotCloseIt) {
+    SelectCommChannel(CommChannel_Ethernet);
+    // Still in the raw settings of the open port: nobody restored the device's own (canonical).
+    termios settings;
+    ASSERT_EQ(tcgetattr(m_pty.Master(), &settings), 0);
+    EXPECT_EQ(settings.c_lflag & ICANON, 0u);
+}
+
+TEST(LinkProgrammingErrorsTest, AreInternalErrors) {
+    ComPort port;
+    PortWithTC portWithTC(CommChannel_SerialPortWithTC);
+    byte data[1];
+    const std::function<void()> errors[] = {
+        // The network channels are not built on this platform.
+        [] {
+            SelectCommChannel(CommChannel_Ethernet);
+            CommChannel_Open();
+        },
+        [] {
+            SelectCommChannel(CommChannel_EthernetWithTC);
+            CommChannel_Open();
+        },
+        [] { SelectCommChannel(static_cast<CommChannelType>(4)); },
+        [] { PortWithTC wrongInnerChannel(CommChannel_SerialPort); },
+        [&] { port.Read(nullptr, 1); },
+        [&] { port.Write(data, 0); },
+        [&] { portWithTC.Read(nullptr, 1); },
+        [&] { portWithTC.Write(data, 0); },
+    };
+    for (const auto& error : errors) {
+        EXPECT_EQ(ErrorOf(error), internalError);
+    }
+    SelectCommChannel(CommChannel_Ethernet); // leave a usable channel behind
 }

@@ -1,5 +1,4 @@
-// The ECR session end to end: ECR answers and refusals, a silent or noisy line and protocol
-// fallback.
+// The ECR session end to end: ECR answers and refusals, a silent or a noisy line.
 #include <gtest/gtest.h>
 
 #include <sstream>
@@ -71,18 +70,6 @@ TEST_F(EcrCommTest, FailuresEndWithTheirMessageAndExitStatus) {
               std::string::npos);
     EcrSimulator sim({"--password", "1234"});
     EXPECT_EQ(Tavo(sim, "clear 3", "/Password=1234").exitStatus, 0);
-}
-
-TEST_F(EcrCommTest, OlderTransportVersionsAreReachedByFallback) {
-    WriteFile(m_work.File("plu.csv"), "1,\"A\"\r\n2,\"B\"\r\n");
-    for (const char* version : {"1", "2"}) {
-        EcrSimulator sim({"--tc-version", version});
-        EXPECT_EQ(Tavo(sim, "send 3 @/plu.csv").exitStatus, 0) << "version " << version;
-        const RunResult read =
-            Tavo(sim, "read 3 @/back.csv", std::string("/SerialProtocolVersion=") + version);
-        EXPECT_EQ(read.exitStatus, 0) << read.output;
-        EXPECT_EQ(ReadFile(m_work.File("back.csv")), "1,\"A\"\r\n2,\"B\"\r\n");
-    }
 }
 
 TEST_F(EcrCommTest, NoisyLineStillDeliversEveryRecord) {

@@ -104,4 +104,9 @@ Bytes PseudoTerminal::Read(size_t count, int quietMs) {
     return bytes;
 }
 
+void LinkTest::Configure(const std::string& ini) {
+    testsupport::WriteFile(m_dir.File("TAVO.ini"), ini);
+    testsupport::LoadConfiguration(m_dir.File("TAVO.ini"), {{"TTY", m_pty.TtyName()}});
+}
+
 } // namespace linktest

@@ -6,11 +6,13 @@
 #include <atomic>
 #include <functional>
 #include <future>
+#include <gtest/gtest.h>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "EcrComm/CommBase.h"
+#include "TestSupport.h"
 
 namespace linktest {
 
@@ -51,6 +53,17 @@ private:
     std::string m_ttyName;
     std::promise<void> m_stop;
     std::thread m_watchdog; // last: it runs on the members above
+};
+
+// A link test's pseudo-terminal and private configuration.
+class LinkTest : public ::testing::Test {
+protected:
+    // The configuration becomes the INI text (settings under "[Common]") with "TTY" naming the
+    // pseudo-terminal.
+    void Configure(const std::string& ini);
+
+    testsupport::TempDir m_dir;
+    PseudoTerminal m_pty;
 };
 
 } // namespace linktest

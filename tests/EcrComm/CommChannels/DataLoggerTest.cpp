@@ -35,24 +35,6 @@ TEST(DataLoggerTest, BlockLineFormat) {
     }
 }
 
-TEST(DataLoggerTest, TraceFileTakesTheStartLineAndEveryBlockAsLogLines) {
-    testsupport::TempDir dir;
-    const std::string path = dir.File("trace.txt");
-    testsupport::WriteFile(path, "earlier run\n");
-    testsupport::LoadConfiguration(dir.File("TAVO.ini"), {{"TraceFile", path}});
-    OpenTraceFile("TAVO driver started");
-    DataLogger::LogBlock(sample, 5, 1000, 1000 + 3310000, Direction_PcToEcr, "");
-    DataLogger::LogBlock(sample, 0, 0, 0, Direction_EcrToPc, ""); // a read that got nothing
-    CloseTraceFile();
-    DataLogger::LogBlock(sample, 1, 0, 0, Direction_PcToEcr, "");
-    const std::string stamp =
-        "[0-9]{2}\\.[0-9]{2}\\.[0-9]{4} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} ";
-    EXPECT_THAT(testsupport::ReadFile(path),
-                ::testing::MatchesRegex("earlier run\n" + stamp + "TAVO driver started\n" + stamp +
-                                        "PC->ECR  5 bytes in    3\\.3 ms : 01 02 00 41 fe\n" +
-                                        stamp + "PC<-ECR  0 bytes in    0\\.0 ms :\n"));
-}
-
 TEST(DataLoggerTest, UnwritableTraceFileIsAFileError) {
     testsupport::TempDir dir;
     const std::string unwritable = dir.File("no-such-dir/trace.txt");

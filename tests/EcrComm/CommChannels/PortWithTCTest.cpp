@@ -1,22 +1,17 @@
 #include "EcrComm/CommChannels/PortWithTC.h"
 
-#include <gtest/gtest.h>
-
 #include "AppConfig.h"
 #include "EcrComm/LinkTestSupport.h"
-#include "TestSupport.h"
 
 using namespace linktest;
 
 namespace {
 
-class PortWithTCTest : public ::testing::Test {
+class PortWithTCTest : public LinkTest {
 protected:
     void Open(const std::string& retryCount, const char* version = nullptr) {
-        testsupport::LoadConfiguration(m_dir.File("TAVO.ini"),
-                                       {{"TTY", m_pty.TtyName()},
-                                        {"SerialProtocolRetryCount", retryCount},
-                                        {"SerialProtocolResponseMaxTime", "100"}});
+        Configure("[Common]\nSerialProtocolResponseMaxTime=100\nSerialProtocolRetryCount=" +
+                  retryCount);
         if (version != nullptr) {
             AppConfig::SetParameter("SerialProtocolVersion", version, false);
         }
@@ -29,13 +24,6 @@ protected:
         const Bytes data = HexBytes(hex);
         return m_port.Write(data.data(), static_cast<unsigned int>(data.size()));
     }
-    // Reads size bytes; returns them, or "false: " and what was delivered.
-    std::string Read(unsigned int size) {
-        Bytes data(size, 0xEE);
-        const bool complete = m_port.Read(data.data(), size);
-        return complete ? ToHex(data) : "false: " + ToHex(data);
-    }
-
     // The ECR's side: expects the frame and answers it: A(CK), N(AK), or - (not at all).
     void ExpectFrame(const std::string& frame, char answer) {
         EXPECT_EQ(ToHex(m_pty.Read(HexBytes(frame).size(), 3000)), frame);
@@ -44,8 +32,6 @@ protected:
         }
     }
 
-    testsupport::TempDir m_dir;
-    PseudoTerminal m_pty;
     PortWithTC m_port{CommChannel_SerialPortWithTC};
 };
 
@@ -131,15 +117,9 @@ TEST_F(PortWithTCTest, IncomingFramesAreCheckedAnsweredAndHandedOutInPieces) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.sent);
         m_pty.Write(HexBytes(c.sent));
-        EXPECT_EQ(Read(c.size), c.delivered);
+        Bytes data(c.size, 0xEE);
+        const bool complete = m_port.Read(data.data(), c.size);
+        EXPECT_EQ((complete ? "" : "false: ") + ToHex(data), c.delivered);
         EXPECT_EQ(ToHex(m_pty.Read(100, 50)), c.answers);
     }
-}
-
-TEST(PortWithTCArgumentsTest, ProgrammingErrorsAreInternalErrors) {
-    EXPECT_EQ(ErrorOf([] { PortWithTC port(CommChannel_SerialPort); }), internalError);
-    PortWithTC port(CommChannel_SerialPortWithTC);
-    byte data[2] = {1, 2};
-    EXPECT_EQ(ErrorOf([&] { port.Read(nullptr, 1); }), internalError);
-    EXPECT_EQ(ErrorOf([&] { port.Write(data, 0); }), internalError);
 }
