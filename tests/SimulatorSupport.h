@@ -46,8 +46,4 @@ RunResult RunTavoOn(const EcrSimulator& sim, const TempDir& work,
 // caused it has ended.
 bool WaitFor(const std::function<bool()>& condition);
 
-// Removes the "\r"-terminated progress lines, keeping what a log of the output would keep:
-// each line's last state.
-std::string FinalLines(const std::string& output);
-
 } // namespace testsupport

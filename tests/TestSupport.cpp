@@ -2,16 +2,13 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <fstream>
 #include <poll.h>
 #include <signal.h>
 #include <sstream>
 #include <stdexcept>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
@@ -35,10 +32,8 @@ TempDir::TempDir() {
 }
 
 TempDir::~TempDir() {
-    const std::string command = "rm -rf '" + m_path + "'";
-    if (std::system(command.c_str()) != 0) {
-        std::fprintf(stderr, "could not remove %s\n", m_path.c_str());
-    }
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
 }
 
 std::string TempDir::File(const std::string& name) const {
@@ -46,42 +41,47 @@ std::string TempDir::File(const std::string& name) const {
 }
 
 void WriteFile(const std::string& path, const std::string& content) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << content;
-    if (!out) {
+    if (!(std::ofstream(path, std::ios::binary | std::ios::trunc) << content)) {
         throw std::runtime_error("cannot write " + path);
     }
 }
 
 std::string ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
     std::ostringstream content;
-    content << in.rdbuf();
+    content << std::ifstream(path, std::ios::binary).rdbuf();
     return content.str();
 }
 
 bool FileExists(const std::string& path) {
-    struct stat info;
-    return stat(path.c_str(), &info) == 0;
+    return access(path.c_str(), F_OK) == 0;
 }
 
-namespace {
-
-void Drain(int fd, std::string& into, bool& open) {
-    char buffer[4096];
-    const ssize_t got = read(fd, buffer, sizeof(buffer));
-    if (got > 0) {
-        into.append(buffer, static_cast<size_t>(got));
-    } else if (got == 0 || (errno != EINTR && errno != EAGAIN)) {
-        open = false;
+pid_t StartProcess(const std::string& executable, const std::vector<std::string>& args, int outFd,
+                   int errFd) {
+    const pid_t pid = fork();
+    if (pid < 0) {
+        throw std::runtime_error("fork failed");
     }
+    if (pid == 0) {
+        dup2(open("/dev/null", O_RDONLY), 0);
+        dup2(outFd, 1);
+        dup2(errFd, 2);
+        std::vector<char*> argv = {const_cast<char*>(executable.c_str())};
+        for (const std::string& arg : args) {
+            argv.push_back(const_cast<char*>(arg.c_str()));
+        }
+        argv.push_back(nullptr);
+        execv(executable.c_str(), argv.data());
+        _exit(127);
+    }
+    close(outFd);
+    close(errFd);
+    return pid;
 }
-
-} // namespace
 
 namespace {
 
-// The pipe or pseudo-terminal that takes the child's standard output: [0] the parent's end.
+// The pipe or raw pseudo-terminal that takes the child's standard output; [0] is the parent's.
 void OpenOutput(bool terminal, int ends[2]) {
     if (!terminal) {
         if (pipe(ends) != 0) {
@@ -90,39 +90,24 @@ void OpenOutput(bool terminal, int ends[2]) {
         return;
     }
     ends[0] = posix_openpt(O_RDWR | O_NOCTTY);
-    if (ends[0] < 0 || grantpt(ends[0]) != 0 || unlockpt(ends[0]) != 0) {
-        throw std::runtime_error("no pseudo-terminal");
-    }
-    ends[1] = open(ptsname(ends[0]), O_RDWR | O_NOCTTY);
     termios settings;
-    if (ends[1] < 0 || tcgetattr(ends[1], &settings) != 0) {
-        throw std::runtime_error("cannot open the pseudo-terminal");
+    if (ends[0] < 0 || grantpt(ends[0]) != 0 || unlockpt(ends[0]) != 0 ||
+        (ends[1] = open(ptsname(ends[0]), O_RDWR | O_NOCTTY)) < 0 ||
+        tcgetattr(ends[1], &settings) != 0) {
+        throw std::runtime_error("no pseudo-terminal");
     }
     cfmakeraw(&settings); // the bytes as written: no "\r" added before "\n"
     tcsetattr(ends[1], TCSANOW, &settings);
 }
 
-pid_t Start(const std::string& executable, const std::vector<std::string>& args, int outFd,
-            int errFd) {
-    const pid_t pid = fork();
-    if (pid < 0) {
-        throw std::runtime_error("fork failed");
+// Appends what can be read; false at the end (a pseudo-terminal reports it as an error).
+bool Drain(int fd, std::string& into) {
+    char buffer[4096];
+    const ssize_t got = read(fd, buffer, sizeof(buffer));
+    if (got > 0) {
+        into.append(buffer, static_cast<size_t>(got));
     }
-    if (pid == 0) {
-        const int nullFd = open("/dev/null", O_RDONLY);
-        dup2(nullFd, 0);
-        dup2(outFd, 1);
-        dup2(errFd, 2);
-        std::vector<char*> argv;
-        argv.push_back(const_cast<char*>(executable.c_str()));
-        for (const std::string& arg : args) {
-            argv.push_back(const_cast<char*>(arg.c_str()));
-        }
-        argv.push_back(nullptr);
-        execv(executable.c_str(), argv.data());
-        _exit(127);
-    }
-    return pid;
+    return got > 0 || (got < 0 && errno == EINTR);
 }
 
 } // namespace
@@ -135,37 +120,28 @@ RunResult RunProcess(const std::string& executable, const std::vector<std::strin
     if (pipe(err) != 0) {
         throw std::runtime_error("pipe failed");
     }
-    const pid_t pid = Start(executable, args, out[1], err[1]);
-    close(out[1]);
-    close(err[1]);
+    const pid_t pid = StartProcess(executable, args, out[1], err[1]);
     RunResult result;
-    bool outOpen = true;
-    bool errOpen = true;
+    pollfd fds[2] = {{out[0], POLLIN, 0}, {err[0], POLLIN, 0}};
     const auto deadline =
         std::chrono::steady_clock::now() + std::chrono::milliseconds(options.timeoutMs);
     bool timedOut = false;
-    while (outOpen || errOpen) {
+    while (fds[0].fd >= 0 || fds[1].fd >= 0) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-                              deadline - std::chrono::steady_clock::now())
-                              .count();
-        if (left <= 0) {
-            timedOut = true;
+            deadline - std::chrono::steady_clock::now());
+        if ((timedOut = left.count() <= 0) ||
+            (poll(fds, 2, static_cast<int>(left.count())) < 0 && errno != EINTR)) {
             break;
         }
-        pollfd fds[2] = {{outOpen ? out[0] : -1, POLLIN, 0}, {errOpen ? err[0] : -1, POLLIN, 0}};
-        if (poll(fds, 2, static_cast<int>(left)) < 0 && errno != EINTR) {
-            break;
-        }
-        // A pseudo-terminal reports the end of the writer as an error (EIO).
-        if (outOpen && (fds[0].revents & (POLLIN | POLLHUP | POLLERR)) != 0) {
+        if (fds[0].revents != 0) {
             const size_t before = result.output.size();
-            Drain(out[0], result.output, outOpen);
+            fds[0].fd = Drain(out[0], result.output) ? fds[0].fd : -1;
             if (options.onOutput && result.output.size() != before) {
                 options.onOutput(pid, result.output);
             }
         }
-        if (errOpen && (fds[1].revents & (POLLIN | POLLHUP | POLLERR)) != 0) {
-            Drain(err[0], result.errors, errOpen);
+        if (fds[1].revents != 0) {
+            fds[1].fd = Drain(err[0], result.errors) ? fds[1].fd : -1;
         }
     }
     if (timedOut) {
@@ -175,9 +151,7 @@ RunResult RunProcess(const std::string& executable, const std::vector<std::strin
     close(err[0]);
     int status = 0;
     waitpid(pid, &status, 0);
-    if (!timedOut && WIFEXITED(status)) {
-        result.exitStatus = WEXITSTATUS(status);
-    }
+    result.exitStatus = !timedOut && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return result;
 }
 

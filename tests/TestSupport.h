@@ -27,6 +27,10 @@ private:
 void WriteFile(const std::string& path, const std::string& content);
 std::string ReadFile(const std::string& path);
 bool FileExists(const std::string& path);
+// Starts the executable with the arguments, standard input from /dev/null and the two output
+// descriptors, which the caller gives up (they are closed here). Returns the process id.
+pid_t StartProcess(const std::string& executable, const std::vector<std::string>& args, int outFd,
+                   int errFd);
 
 struct RunResult {
     int exitStatus = -1; // -1 when the process did not exit normally or timed out
