@@ -7,8 +7,6 @@
 #include <vector>
 
 #include "DataConverter.h"
-#include "Formatting/BinaryDataParser.h"
-#include "Formatting/TextDataParser.h"
 #include "TestSupport.h"
 
 namespace {
@@ -145,16 +143,6 @@ TEST_F(DataConverterTest, DelimiterIsTheSettingsFirstCharacter) {
     EXPECT_EQ(ToPc(ToEcr("2,\"a;b\"")), "2,\"a;b\"");
 }
 
-TEST_F(DataConverterTest, FiscalCommandFailsOnABadField) {
-    const std::string line = "17,abc";
-    TextDataParser parser(reinterpret_cast<const byte*>(line.data()),
-                          static_cast<uint16>(line.size()));
-    Decimal code;
-    ASSERT_TRUE(parser.GetNumber(code));
-    byte record[16];
-    EXPECT_EQ(DataConverter::PcToEcr(parser, record, sizeof(record)), 0);
-}
-
 TEST_F(DataConverterTest, RawAndBitmapRecordsTravelAsOneBinaryField) {
     for (FileType type : {FileType_RAW, FileType_BMP}) {
         DataConverter::Initialize(type);
@@ -164,9 +152,6 @@ TEST_F(DataConverterTest, RawAndBitmapRecordsTravelAsOneBinaryField) {
         EXPECT_EQ(ToPc(FromHex("0E 01 41 0E 00")), "<failed>"); // two fields
         EXPECT_EQ(ToPc(FromHex("0B 41")), "<failed>");
     }
-    DataConverter::Initialize(static_cast<FileType>(3));
-    EXPECT_TRUE(ToEcr("1").empty());
-    EXPECT_EQ(ToPc(FromHex("0C 00")), "<failed>");
 }
 
 } // namespace

@@ -23,6 +23,13 @@ std::string Le(uint32_t value, int width) {
 
 const std::string whiteFirst("\xff\xff\xff\x00\x00\x00\x00\x00", 8);
 
+// Ten pixels wide: pixels 0 and 9 dark in the top row, pixels 1 and 2 in the bottom row. Fill
+// bits (pixels 10 to 15) arrive as 1 with a white-first palette; with a black-first one the
+// stored bits are inverted, and the fill bits with them.
+const std::string picture = "P1\n10 2\n1 0 0 0 0 0 0 0 0 1\n0 1 1 0 0 0 0 0 0 0\n";
+const Rows whiteFirstRows = {"\x01\xfe", "\x06\xfc"};
+const Rows blackFirstRows = {"\x01\x02", std::string("\x06\x00", 2)};
+
 // A one-bit bitmap file with the pixel data as it is stored, bottom row first.
 std::string Bitmap(int32_t width, int32_t height, const std::string& pixelData,
                    const std::string& palette = whiteFirst) {
@@ -74,21 +81,18 @@ protected:
 };
 
 TEST_F(BmpFileTest, WriterKeepsRowsOfTheFirstLengthBottomUp) {
-    const std::string path = dir.File("logo.bmp");
+    EXPECT_EQ(Written({"\x01\x02\x03", "\x80\x40\x20", "\xff\x01\x0f"}),
+              Bitmap(24, 3, std::string("\xff\x80\xf0\x00\x01\x02\x04\x00\x80\x40\xc0\x00", 12)));
     {
         BmpFileWriter writer;
-        writer.Open(path);
-        writer.Write("\x55\x55\x55\x55", 4); // forgotten by the next Open
-        writer.Open(path);
-        for (const char* row : {"\x01\x02\x03", "\x80\x40\x20", "\xff\x01\x0f"}) {
-            writer.Write(row, 3);
-        }
+        writer.Open(dir.File("logo.bmp"));
+        writer.Write("\x55\x55", 2); // forgotten by the next Open
+        writer.Open(dir.File("logo.bmp"));
+        writer.Write("\x01", 1);
         EXPECT_EQ(Failure([&] { writer.Write("\x01\x02", 2); }),
                   "50 System error: Unconsequent line length");
-    } // the rows accepted before are still written when the writer goes away
-    EXPECT_EQ(testsupport::ReadFile(path),
-              Bitmap(24, 3, std::string("\xff\x80\xf0\x00\x01\x02\x04\x00\x80\x40\xc0\x00", 12)));
-
+    } // the row accepted before is still written when the writer goes away
+    EXPECT_EQ(ReadRows(testsupport::ReadFile(dir.File("logo.bmp"))), Rows{"\x01"});
     const Rows rows = {"\x12\x34\x56\x78\x9a", "\xbc\xde\xf0\x01\x23", "\x45\x67\x89\xab\xcd"};
     EXPECT_EQ(ReadRows(Written(rows)), rows);
     // Rows wider than the caller's buffer in pixels are cut: 1200 pixels arrive as 128 bytes.
@@ -100,20 +104,16 @@ TEST_F(BmpFileTest, WriterKeepsRowsOfTheFirstLengthBottomUp) {
 }
 
 TEST_F(BmpFileTest, PaletteOrderAndFillBits) {
-    // Ten pixels wide: pixels 0 and 9 dark in the top row, pixels 1 and 2 in the bottom row.
     const std::string whitePixels("\x60\x00\x00\x00\x80\x40\x00\x00", 8);
     const std::string blackPixels("\x9f\xff\x00\x00\x7f\xbf\x00\x00", 8);
-    const Rows whiteRows = {"\x01\xfe", "\x06\xfc"};
-    // With black first the bits are inverted, and the fill bits with them.
-    const Rows blackRows = {"\x01\x02", std::string("\x06\x00", 2)};
     const std::string blackFirst("\x00\x00\x00\x00\xff\xff\xff\x00", 8);
-    EXPECT_EQ(ReadRows(Bitmap(10, 2, whitePixels)), whiteRows);
-    EXPECT_EQ(ReadRows(Bitmap(10, 2, blackPixels, blackFirst)), blackRows);
+    EXPECT_EQ(ReadRows(Bitmap(10, 2, whitePixels)), whiteFirstRows);
+    EXPECT_EQ(ReadRows(Bitmap(10, 2, blackPixels, blackFirst)), blackFirstRows);
     // Only the third byte of each palette entry is compared.
     const std::string redDarker("\xff\xff\x10\x00\x00\x00\x20\x00", 8);
     const std::string redLighter("\x00\x00\x20\x00\xff\xff\x10\x00", 8);
-    EXPECT_EQ(ReadRows(Bitmap(10, 2, blackPixels, redDarker)), blackRows);
-    EXPECT_EQ(ReadRows(Bitmap(10, 2, whitePixels, redLighter)), whiteRows);
+    EXPECT_EQ(ReadRows(Bitmap(10, 2, blackPixels, redDarker)), blackFirstRows);
+    EXPECT_EQ(ReadRows(Bitmap(10, 2, whitePixels, redLighter)), whiteFirstRows);
 }
 
 TEST_F(BmpFileTest, UnsupportedOrDamagedFilesAreRefused) {
@@ -143,8 +143,8 @@ TEST_F(BmpFileTest, UnsupportedOrDamagedFilesAreRefused) {
 
 TEST_F(BmpFileTest, ReadsBitmapsMadeByImageMagick) {
     // The bitmap convert makes of the picture with the options; "" when it fails.
-    const auto convert = [this](const std::string& picture, std::vector<std::string> options) {
-        testsupport::WriteFile(dir.File("picture.pbm"), picture);
+    const auto convert = [this](const std::string& pbm, std::vector<std::string> options) {
+        testsupport::WriteFile(dir.File("picture.pbm"), pbm);
         options.insert(options.begin(), {"-c", "convert \"$@\"", "-", dir.File("picture.pbm")});
         options.push_back("BMP3:" + dir.File("made.bmp"));
         const bool made = testsupport::RunProcess("/bin/sh", options).exitStatus == 0;
@@ -154,23 +154,10 @@ TEST_F(BmpFileTest, ReadsBitmapsMadeByImageMagick) {
             .output.find("Version: ImageMagick") != 0) {
         GTEST_SKIP() << "ImageMagick's convert is not installed (apt-get install imagemagick)";
     }
-    // A 37 x 5 pattern as a plain PBM, where 1 is a black pixel. Fill bits (pixels 37 to 39)
-    // arrive as 0 with a black-first palette and as 1 with a white-first one.
-    std::string pbm = "P1\n37 5\n";
-    Rows blackFirstRows(5, std::string(5, '\0'));
-    Rows whiteFirstRows(5, std::string(4, '\0') + "\xe0");
-    for (int y = 0; y < 5; ++y) {
-        for (int x = 0; x < 37; ++x) {
-            const bool dark = (x * 3 + y * 5) % 7 < 3;
-            pbm += dark ? "1 " : "0 ";
-            blackFirstRows[y][x / 8] = static_cast<char>(blackFirstRows[y][x / 8] | dark << x % 8);
-            whiteFirstRows[y][x / 8] = static_cast<char>(whiteFirstRows[y][x / 8] | dark << x % 8);
-        }
-    }
     // -monochrome writes black first; negating before and after gives the same picture with
     // white first.
-    const std::string blackFirst = convert(pbm, {"-monochrome"});
-    const std::string whiteFirst = convert(pbm, {"-negate", "-monochrome", "-negate"});
+    const std::string blackFirst = convert(picture, {"-monochrome"});
+    const std::string whiteFirst = convert(picture, {"-negate", "-monochrome", "-negate"});
     ASSERT_EQ(blackFirst.substr(54, 3), std::string(3, '\0'));
     ASSERT_EQ(whiteFirst.substr(54, 3), "\xff\xff\xff");
     EXPECT_EQ(ReadRows(blackFirst), blackFirstRows);

@@ -6,6 +6,7 @@
 
 #include "CsvFile.h"
 #include "FileErrors.h"
+#include "Logging.h"
 #include "TestSupport.h"
 
 namespace {
@@ -103,6 +104,35 @@ TEST_F(CsvFileTest, ManyScrambledKeysComeBackAscending) {
         expected[static_cast<size_t>(line * 7919 % 2000)] = std::to_string(line) + ":" + record;
     }
     EXPECT_EQ(Load(content), expected);
+}
+
+// FileErrors: the counts and the lines that the CSV reader and the transfers report through.
+// Raw and bitmap records have no line (0): their problems are counted but not listed.
+TEST_F(CsvFileTest, ProblemsAreListedByLineAndCounted) {
+    FileErrors::Reset();
+    testing::internal::CaptureStdout();
+    FileErrors::AddBadDataRecord(12, 0);
+    FileErrors::AddBadDataRecord(123456, 1);
+    FileErrors::AddCanNotUpdateRecord(0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "Line 12    - Some record fields have invalid values\n"
+              "Line 123456 - Record field 1 has invalid value\n");
+    EXPECT_EQ(FileErrors::GetRejectedByEcrRecordCount(), 3);
+}
+
+TEST_F(CsvFileTest, SummaryLogsOnlyTheProblemsThatOccurred) {
+    testsupport::LoadConfiguration(
+        dir.File("none.ini"),
+        {{"StandardLog", "1"}, {"DbgErrorLog", "0"}, {"LogFilePath", dir.Path()}});
+    StartLogging();
+    FileErrors::Reset();
+    FileErrors::Log();
+    FileErrors::AddCanNotUpdateRecord(0);
+    FileErrors::Log();
+    StopLogging(false);
+    // One line after its 23-character time stamp; the counts that stayed zero are not logged.
+    EXPECT_EQ(testsupport::ReadFile(dir.File("TAVO.log")).substr(23),
+              " 1 record(s) rejected by ECR\n");
 }
 
 } // namespace
