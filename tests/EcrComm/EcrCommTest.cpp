@@ -1,6 +1,8 @@
 // The ECR session end to end: ECR answers and refusals, a silent or a noisy line.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <sstream>
 
 #include "SimulatorSupport.h"
@@ -15,18 +17,21 @@ using testsupport::WriteFile;
 
 class EcrCommTest : public ::testing::Test {
 protected:
-    // Runs tavo with the words of command and parameters; "@" stands for the work directory.
+    // Runs tavo with the words of command and parameters.
     RunResult Tavo(const EcrSimulator& sim, const std::string& command,
                    const std::string& parameters = "") {
         return testsupport::RunTavoOn(sim, m_work, Words(command), Words(parameters));
     }
-    std::vector<std::string> Words(const std::string& text) {
-        std::istringstream in(text);
-        std::vector<std::string> words;
-        for (std::string word; in >> word;) {
-            words.push_back(word[0] == '@' ? m_work.Path() + word.substr(1) : word);
+    // "@/" stands for the work directory.
+    std::string InWork(std::string text) {
+        for (size_t at = text.find("@/"); at != std::string::npos; at = text.find("@/", at)) {
+            text.replace(at, 1, m_work.Path());
         }
-        return words;
+        return text;
+    }
+    std::vector<std::string> Words(const std::string& text) {
+        std::istringstream in(InWork(text));
+        return std::vector<std::string>(std::istream_iterator<std::string>(in), {});
     }
     testsupport::TempDir m_work;
 };
@@ -37,24 +42,39 @@ TEST_F(EcrCommTest, FailuresEndWithTheirMessageAndExitStatus) {
         const char *simulator, *command, *parameters;
         int status;
         std::string message; // what precedes "Completed with errors"
+        const char* cause;   // a regular expression for standard error
     } cases[] = {
-        {"--request-answer 2", "read 3 @/x.csv", "", 3, "\nECR is busy\n"},
+        {"--request-answer 2", "read 3 @/x.csv", "", 3, "\nECR is busy\n", ""},
         {"--request-answer 6", "read 3 @/x.csv", "", 4,
-         "\nCommand can not be executed in current context\n"},
-        {"--request-answer 7", "read 3 @/x.csv", "", 12,
-         "\nECR communications are not activated\n"},
-        {"--request-answer 1", "read 3 @/x.csv", "", 15, "\nUnknown command\n"},
-        {"--password 1234", "clear 3", "/Password=9999", 11, "\nBad or missing password\n"},
+         "\nCommand can not be executed in current context\n", ""},
+        {"--request-answer 7", "read 3 @/x.csv", "", 12, "\nECR communications are not activated\n",
+         ""},
+        {"--request-answer 1", "read 3 @/x.csv", "", 15, "\nUnknown command\n", ""},
+        {"--password 1234", "clear 3", "/Password=9999", 11, "\nBad or missing password\n", ""},
         // Without a password the ECR's demand for authorisation cannot be met.
-        {"--password 1234", "clear 3", "", 5, "\nCommunication error: Unexpected data received\n"},
-        {"", "executeserver 2", "", 15, ""},
-        {"", "executeserver 1", "", 99, "\nDisconnectFromServer command not supported\n"},
+        {"--password 1234", "clear 3", "", 5, "\nCommunication error: Unexpected data received\n",
+         ""},
+        {"", "executeserver 2", "", 15, "", ""},
+        {"", "executeserver 1", "", 99, "\nDisconnectFromServer command not supported\n", ""},
+        // The network channels are not built on this platform.
+        {"", "clear 3", "/IpAddress=10.0.0.1", 99, "Internal error\n", ""},
+        {"", "clear 3", "/IpAddress=10.0.0.1 /WithTC=1", 99, "Internal error\n", ""},
         {"", "clear 3", "/IpAddress=10.0.0.1 /ComNumber=1", 10,
-         "Configuration error: Both serial port and ethernet settings are specified\n"},
+         "Configuration error: Both serial port and ethernet settings are specified\n", ""},
+        {"", "clear 3", "/TTY=pts/99999", 50, "System error: Unable to open serial port\n",
+         "tavo: /dev/pts/99999: No such file or directory; "
+         "(serial devices here:( /dev/[^ ]+)+|no serial device found)\n"},
+        // A device that is not a terminal.
+        {"", "clear 3", "/TTY=null", 50,
+         "System error: Cannot read serial port settings. Please ensure that correct TTY "
+         "specified\n",
+         "tavo: /dev/null: Inappropriate ioctl for device\n"},
+        {"", "clear 3", "/TraceFile=@/no/trace.txt", 13, "Can't open file '@/no/trace.txt'\n",
+         "tavo: @/no/trace.txt: No such file or directory\n"},
         // Every attempt fails on its own.
         {"--ignore-first 1000000", "clear 3",
          "/RetryCount=3 /SerialProtocolRetryCount=2 /SerialProtocolResponseMaxTime=100", 5,
-         silent + silent + silent},
+         silent + silent + silent, ""},
     };
     for (const auto& c : cases) {
         EcrSimulator sim(Words(c.simulator));
@@ -62,7 +82,8 @@ TEST_F(EcrCommTest, FailuresEndWithTheirMessageAndExitStatus) {
         EXPECT_EQ(r.exitStatus, c.status) << c.message;
         // Captured by a pipe, the output has no progress text before the ECR's answer.
         EXPECT_EQ(r.output,
-                  c.message + Format("Completed with errors\nReturn value %d\n", c.status));
+                  InWork(c.message) + Format("Completed with errors\nReturn value %d\n", c.status));
+        EXPECT_THAT(r.errors, ::testing::MatchesRegex(InWork(c.cause)));
     }
     // The counters run on over the attempts.
     EXPECT_NE(ReadFile(m_work.File("logs/TAVO.log"))

@@ -109,4 +109,10 @@ void LinkTest::Configure(const std::string& ini) {
     testsupport::LoadConfiguration(m_dir.File("TAVO.ini"), {{"TTY", m_pty.TtyName()}});
 }
 
+termios LinkTest::Device() {
+    termios settings;
+    EXPECT_EQ(tcgetattr(m_pty.Master(), &settings), 0);
+    return settings;
+}
+
 } // namespace linktest

@@ -8,6 +8,7 @@
 #include <future>
 #include <gtest/gtest.h>
 #include <string>
+#include <termios.h>
 #include <thread>
 #include <vector>
 
@@ -61,6 +62,8 @@ protected:
     // The configuration becomes the INI text (settings under "[Common]") with "TTY" naming the
     // pseudo-terminal.
     void Configure(const std::string& ini);
+    // The terminal settings of the slave as the device holds them.
+    termios Device();
 
     testsupport::TempDir m_dir;
     PseudoTerminal m_pty;

@@ -1,10 +1,6 @@
 #include "EcrComm/CommChannels/DataLogger.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include "EcrComm/LinkTestSupport.h"
-#include "TestSupport.h"
 
 namespace {
 const byte sample[] = {0x01, 0x02, 0x00, 0x41, 0xFE};
@@ -33,15 +29,4 @@ TEST(DataLoggerTest, BlockLineFormat) {
                                           static_cast<Direction>(c.direction), c.comment),
                   c.line);
     }
-}
-
-TEST(DataLoggerTest, UnwritableTraceFileIsAFileError) {
-    testsupport::TempDir dir;
-    const std::string unwritable = dir.File("no-such-dir/trace.txt");
-    testsupport::LoadConfiguration(dir.File("TAVO.ini"), {{"TraceFile", unwritable}});
-    ::testing::internal::CaptureStderr();
-    EXPECT_EQ(linktest::ErrorOf([] { OpenTraceFile("start"); }),
-              "13: Can't open file '" + unwritable + "'");
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
-              "tavo: " + unwritable + ": No such file or directory\n");
 }

@@ -12,13 +12,6 @@ namespace {
 
 class ComPortTest : public LinkTest {
 protected:
-    // The settings of the slave as the device holds them.
-    termios Device() {
-        termios settings;
-        EXPECT_EQ(tcgetattr(m_pty.Master(), &settings), 0);
-        return settings;
-    }
-
     ComPort m_port;
 };
 
@@ -83,7 +76,6 @@ TEST_F(ComPortTest, ComSettingsOfTheUnnamedSectionHoldWhileThePortIsOpen) {
             const termios applied = Device();
             EXPECT_EQ(cfgetospeed(&applied), c.speed);
             EXPECT_EQ(applied.c_lflag & (ICANON | ECHO), 0u);
-            EXPECT_EQ(applied.c_cc[VTIME], 3);
         }
         EXPECT_EQ(line, c.line);
         m_port.Close();
@@ -98,34 +90,24 @@ TEST_F(ComPortTest, ComSettingsOfTheUnnamedSectionHoldWhileThePortIsOpen) {
     EXPECT_EQ(LineOf(m_port), "8O1 286 ms");
 }
 
-TEST_F(ComPortTest, OpenFailuresHaveTheirOwnMessagesAndNameTheirCause) {
+TEST_F(ComPortTest, OpenFailsWithoutADeviceOrOnAHeldOne) {
     // The other program on the device is this test, through a port of its own.
     Configure("");
     ComPort holder;
     holder.Open();
-    const std::string device = "/dev/" + m_pty.TtyName();
     const struct {
-        std::string tty, error;
-        std::string cause; // a regular expression for standard error
+        std::string tty, error, cause;
     } cases[] = {
         {"", "10: Configuration error: Bad or missing tty name", ""},
-        {"pts/99999", "50: System error: Unable to open serial port",
-         "tavo: /dev/pts/99999: No such file or directory; "
-         "(serial devices here:( /dev/[^ ]+)+|no serial device found)\n"},
-        // A device that is not a terminal.
-        {"null",
-         "50: System error: Cannot read serial port settings. Please ensure that correct TTY "
-         "specified",
-         "tavo: /dev/null: Inappropriate ioctl for device\n"},
         {m_pty.TtyName(), "16: \nAnother application is working now with ECR",
-         "tavo: " + device + ": in use by process " + std::to_string(getpid()) + "\n"},
+         "tavo: /dev/" + m_pty.TtyName() + ": in use by process " + std::to_string(getpid()) +
+             "\n"},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.tty);
         AppConfig::SetParameter("TTY", c.tty, false);
         ::testing::internal::CaptureStderr();
         EXPECT_EQ(ErrorOf([&] { m_port.Open(); }), c.error);
-        EXPECT_THAT(::testing::internal::GetCapturedStderr(), ::testing::MatchesRegex(c.cause));
+        EXPECT_EQ(::testing::internal::GetCapturedStderr(), c.cause);
     }
 }
 
