@@ -91,6 +91,7 @@ TEST_F(BmpFileTest, WriterKeepsRowsOfTheFirstLengthBottomUp) {
         writer.Write("\x01", 1);
         EXPECT_EQ(Failure([&] { writer.Write("\x01\x02", 2); }),
                   "50 System error: Unconsequent line length");
+        EXPECT_EQ(Failure([&] { writer.Write("\x01", -1); }), "99 Internal error");
     } // the row accepted before is still written when the writer goes away
     EXPECT_EQ(ReadRows(testsupport::ReadFile(dir.File("logo.bmp"))), Rows{"\x01"});
     const Rows rows = {"\x12\x34\x56\x78\x9a", "\xbc\xde\xf0\x01\x23", "\x45\x67\x89\xab\xcd"};

@@ -18,13 +18,16 @@ protected:
     void SetUp() override { testsupport::LoadConfiguration(dir.File("missing.ini")); }
     void TearDown() override { FileErrors::Reset(); }
 
-    // Opens the content as Send does with fresh error counters. Returns what the reader
+    // Opens the content as Send does with fresh error counters, in a reader that had indexed
+    // another file before. Returns what the reader
     // reported, one "#<line> <last word of the message>" each ("#2 empty", "#5 format",
     // "#3 unique"), then every record in index order as "<line>:<text>".
     Lines Load(const std::string& content) {
         testsupport::WriteFile(dir.File("input.csv"), content);
-        FileErrors::Reset();
+        testsupport::WriteFile(dir.File("earlier.csv"), "9,\"earlier\"\n");
         CsvFileReaderImpl reader;
+        reader.Open(dir.File("earlier.csv"));
+        FileErrors::Reset();
         ::testing::internal::CaptureStdout();
         reader.Open(dir.File("input.csv"));
         std::istringstream reports(::testing::internal::GetCapturedStdout());
