@@ -72,8 +72,7 @@ TEST_F(DataConverterTest, EveryCsvFieldHasOneBinaryForm) {
     // taken as the quotes, and an open quote runs to the end of the line.
     const std::string x122(122, 'x');
     const std::string rows[][3] = {
-        {"300,0,-1", "0C 02 2C 01 0C 00 0D 01 80 01", ""},
-        {"255,256,-655.36", "0C 01 FF 0C 02 00 01 0D 03 82 00 00 01", ""},
+        {"255,256,0,-1,-655.36", "0C 01 FF 0C 02 00 01 0C 00 0D 01 80 01 0D 03 82 00 00 01", ""},
         {"-1.5,1.50,0.0,-.5,-", "0D 01 81 0F 0D 01 01 0F 0C 00 0D 01 81 05 0C 00",
          "-1.5,1.5,0,-0.5,0"},
         {"9223372036854775807,-922337203685477580.8", "0C 08 FF*7 7F 0D 08 81 00*7 80", ""},

@@ -19,9 +19,9 @@ protected:
     void TearDown() override { FileErrors::Reset(); }
 
     // Opens the content as Send does with fresh error counters, in a reader that had indexed
-    // another file before. Returns what the reader
-    // reported, one "#<line> <last word of the message>" each ("#2 empty", "#5 format",
-    // "#3 unique"), then every record in index order as "<line>:<text>".
+    // another file before. Returns what the reader reported, one "#<line> <last word of the
+    // message>" each ("#2 empty", "#5 format", "#3 unique"), then every record in index order
+    // as "<line>:<text>".
     Lines Load(const std::string& content) {
         testsupport::WriteFile(dir.File("input.csv"), content);
         testsupport::WriteFile(dir.File("earlier.csv"), "9,\"earlier\"\n");
@@ -65,7 +65,7 @@ TEST_F(CsvFileTest, EveryLineIsARecordEmptyOrMalformed) {
     EXPECT_EQ(Load("\n\r\n  \n"), (Lines{"#1 empty", "#2 empty", "#3 empty"}));
 }
 
-TEST_F(CsvFileTest, KeyedLinesAreSortedAndTheLastOfEqualKeysKept) {
+TEST_F(CsvFileTest, KeyedLinesAreSortedWithoutDuplicates) {
     // Of two equal neighbours after sorting the one with the smaller line number goes, and the
     // report names the second of the pair: line 1 although line 3 is kept.
     const std::pair<std::string, Lines> cases[] = {

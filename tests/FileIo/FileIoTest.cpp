@@ -39,21 +39,26 @@ TEST_F(FileIoTest, SettingOverridesSectionOverridesExtension) {
     }
 }
 
-TEST_F(FileIoTest, FactoriesMakeEachKindAndOpenFailuresNameTheFile) {
-    const std::string missing = dir.File("no/such/file");
-    const std::string refused = "13 Unable to open file '" + missing + "'";
+TEST_F(FileIoTest, FactoriesMakeOnlyTheThreeKinds) {
     for (FileType type : {FileType_CSV, FileType_BMP, FileType_RAW}) {
-        std::unique_ptr<FileReader> reader(CreateFileReader(type));
-        std::unique_ptr<FileWriter> writer(CreateFileWriter(type));
-        EXPECT_EQ(reader->GetType(), type);
-        EXPECT_EQ(writer->GetType(), type);
-        EXPECT_EQ(Failure([&] { reader->Open(missing); }), refused);
-        EXPECT_EQ(Failure([&] { writer->Open(missing); }), refused);
+        EXPECT_EQ(std::unique_ptr<FileReader>(CreateFileReader(type))->GetType(), type);
+        EXPECT_EQ(std::unique_ptr<FileWriter>(CreateFileWriter(type))->GetType(), type);
     }
     // 3 is the only value beyond the three kinds that a FileType can hold.
     const FileType invalid = static_cast<FileType>(3);
     EXPECT_EQ(Failure([&] { delete CreateFileReader(invalid); }), "99 Internal error");
     EXPECT_EQ(Failure([&] { delete CreateFileWriter(invalid); }), "99 Internal error");
+}
+
+TEST_F(FileIoTest, EveryKindNamesTheFileItCannotOpen) {
+    const std::string missing = dir.File("no/such/file");
+    const std::string refused = "13 Unable to open file '" + missing + "'";
+    for (FileType type : {FileType_CSV, FileType_BMP, FileType_RAW}) {
+        std::unique_ptr<FileReader> reader(CreateFileReader(type));
+        std::unique_ptr<FileWriter> writer(CreateFileWriter(type));
+        EXPECT_EQ(Failure([&] { reader->Open(missing); }), refused);
+        EXPECT_EQ(Failure([&] { writer->Open(missing); }), refused);
+    }
 }
 
 TEST_F(FileIoTest, RawRecordsAre64BytesReadInAnyOrder) {
@@ -73,7 +78,7 @@ TEST_F(FileIoTest, RawRecordsAre64BytesReadInAnyOrder) {
     EXPECT_EQ(read(0), "");
 }
 
-TEST_F(FileIoTest, RawWritesAreExactAndChecked) {
+TEST_F(FileIoTest, RawWritesAreCheckedToTheDisk) {
     const auto write = [](const std::string& path, const std::string& data) {
         return Failure([&] {
             RawFileWriter writer;
