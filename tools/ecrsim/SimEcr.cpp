@@ -98,7 +98,9 @@ void SimEcr::Handle(const std::vector<byte>& frame) {
 }
 
 void SimEcr::HandleAuthorisation(const std::vector<byte>& data) {
-    const std::string password(data.begin() + (data.empty() ? 0 : 1), data.end());
+    // The first byte is the password's length.
+    const std::string password =
+        data.empty() ? std::string() : std::string(data.begin() + 1, data.end());
     m_authorised = m_options.password.empty() || password == m_options.password;
     Log(std::string("<- authorisation ") + (m_authorised ? "accepted" : "refused"));
     m_outgoing.push_back(
