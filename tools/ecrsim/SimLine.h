@@ -34,7 +34,8 @@ class SimLine {
 public:
     // fd is the line, read and written without blocking. unreadSide, when not -1, is the
     // other side of a pseudo-terminal: through it bytes that nobody took can be dropped. The
-    // object does not own either descriptor.
+    // object does not own either descriptor. On a timed line it sets the timer slack of the
+    // calling thread to 1 ns, so that its sleeps end on time.
     SimLine(int fd, int unreadSide, const LineTiming& timing, double corruptRate, unsigned seed);
 
     // The signal handler: asks every wait of the line to return at once.
