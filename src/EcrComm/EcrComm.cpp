@@ -16,10 +16,7 @@ bool ecrConnected = false;
 CommChannelType ecrCommChannel = CommChannel_SerialPort;
 int ecrCommMaxTime = 0;
 
-const byte requestVersion = 2;
 const uint16 responseBufSize = commIoBufferSize;
-const byte fiscalReadStatusCommand = 100;
-const byte fiscalReadEftStatusCommand = 32;
 const byte serverDisconnectCommand = 1;
 const byte endOfTransmission = 0x04;
 
@@ -205,7 +202,7 @@ void AuthorizeSession() {
 }
 
 void SendRequest(byte data, byte action) {
-    const byte request[] = {data, action, requestVersion};
+    const byte request[] = {data, action, StandardRequestVersion};
     byte response[responseBufSize];
     uint16 responseLen = 0;
     SendWithResponse(request, sizeof(request), response, sizeof(response), responseLen);
@@ -308,11 +305,11 @@ void Fiscal_SendCommand(byte command, const byte* data, uint16 dataLen) {
 }
 
 uint16 Fiscal_ReadStatus(byte* status, uint16) {
-    return ReadFiscalStatus(fiscalReadStatusCommand, status);
+    return ReadFiscalStatus(Fiscal_ReadStatusCommand, status);
 }
 
 uint16 Fiscal_ReadEftStatus(byte* status, uint16) {
-    return ReadFiscalStatus(fiscalReadEftStatusCommand, status);
+    return ReadFiscalStatus(Fiscal_ReadEftStatusCommand, status);
 }
 
 bool ReadClearStatus() {

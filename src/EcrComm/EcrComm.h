@@ -24,6 +24,12 @@ enum ResponseCode {
     ResponseCode_AuthFailed = 8,
 };
 
+// Third byte of a standard request: the version of the request record.
+const byte StandardRequestVersion = 2;
+// Fiscal command codes of the two status reads.
+const byte Fiscal_ReadStatusCommand = 100;
+const byte Fiscal_ReadEftStatusCommand = 32;
+
 // Operation of a standard request.
 enum Action {
     Action_Read = 1,

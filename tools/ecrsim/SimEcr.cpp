@@ -8,9 +8,6 @@
 
 namespace {
 
-const byte requestVersion = 2;
-const byte fiscalStatusCommand = 100;
-const byte fiscalEftStatusCommand = 32;
 const char* const actionNames[] = {"?", "read", "write", "clear", "init", "delete"};
 
 // An application frame: protocol id, little-endian data length, data.
@@ -206,7 +203,7 @@ void SimEcr::HandleRecord(const std::vector<byte>& record) {
 }
 
 void SimEcr::HandleAfterTimeout(const std::vector<byte>& data) {
-    const bool isRequest = data.size() == 3 && data[2] == requestVersion;
+    const bool isRequest = data.size() == 3 && data[2] == StandardRequestVersion;
     if (isRequest || data.empty()) {
         m_state = State_Idle;
         if (isRequest) {
@@ -241,8 +238,8 @@ void SimEcr::HandleFiscal(const std::vector<byte>& data) {
         answer(Code(ResponseCode_UnknownCommand));
         return;
     }
-    if (data[0] == fiscalStatusCommand || data[0] == fiscalEftStatusCommand) {
-        const bool eft = data[0] == fiscalEftStatusCommand;
+    if (data[0] == Fiscal_ReadStatusCommand || data[0] == Fiscal_ReadEftStatusCommand) {
+        const bool eft = data[0] == Fiscal_ReadEftStatusCommand;
         Log(std::string("<- ") + (eft ? "EFT" : "fiscal") + " status request");
         if (!m_options.password.empty() && !m_authorised) {
             answer(Code(ResponseCode_AuthFailed));
