@@ -132,9 +132,9 @@ line_bytes() { # command count parameters...
 median() { sort -g | awk '{ v[NR] = $1 } END { print v[int((NR + 1) / 2)] }'; }
 
 median_rates() { # count parameters...: median Send and Read rates of 3 rounds of four runs
-    local count=$1 round
+    local count=$1
     shift
-    for round in 1 2 3; do
+    for _ in 1 2 3; do
         rates "$(four_runs wall_seconds "$count" "$@")" "$count"
         echo
     done >"$work/rates"

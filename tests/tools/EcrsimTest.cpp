@@ -114,8 +114,8 @@ TEST(EcrsimTest, LineModelPacesBothWaysOnlyWhenAsked) {
         const Bytes answer = pc.ReadThrough(etx, 4000);
         const double answerAt = SecondsSince(start);
         EXPECT_GE(answer.size(), 990u);
-        const double ackDue = (sent + 1) * c.byteSeconds + c.turnaroundSeconds;
-        const double answerDue = ackDue + answer.size() * c.byteSeconds;
+        const double ackDue = static_cast<double>(sent + 1) * c.byteSeconds + c.turnaroundSeconds;
+        const double answerDue = ackDue + static_cast<double>(answer.size()) * c.byteSeconds;
         EXPECT_TRUE(ackAt >= ackDue && ackAt < ackDue + slack)
             << c.options[0] << ": ACK after " << ackAt << " s, due " << ackDue;
         EXPECT_TRUE(answerAt >= answerDue && answerAt < answerDue + slack)
