@@ -104,7 +104,7 @@ TEST_F(DataConverterTest, EveryCsvFieldHasOneBinaryForm) {
         EXPECT_EQ(ToPc(ecr, back.size()), "<failed>") << back;
     }
     for (const char* refused :
-         {"", "1,,2", "1,abc", "1,   ", "1,\"a\tb\"", "\"", "0X1F", "12a", "1-2", "0x123"}) {
+         {"", "1,,2", "1,abc", "1,   ", "1,\"a\tb\"", "\"", "0X1F", "1,12a", "1-2", "1,0x123"}) {
         EXPECT_TRUE(ToEcr(refused).empty()) << refused;
     }
 }
