@@ -1,4 +1,5 @@
-// The ECR session end to end: ECR answers and refusals, a silent or a noisy line.
+// The ECR session end to end: ECR answers and refusals, a silent line, a device or trace file that
+// cannot be opened.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -8,35 +9,19 @@
 #include "SimulatorSupport.h"
 #include "Tools.h"
 
-namespace {
-
-using testsupport::EcrSimulator;
-using testsupport::ReadFile;
-using testsupport::RunResult;
-using testsupport::WriteFile;
-
-class EcrCommTest : public ::testing::Test {
-protected:
-    // Runs tavo with the words of command and parameters.
-    RunResult Tavo(const EcrSimulator& sim, const std::string& command,
-                   const std::string& parameters = "") {
-        return testsupport::RunTavoOn(sim, m_work, Words(command), Words(parameters));
-    }
+TEST(EcrCommTest, FailuresEndWithTheirMessageAndExitStatus) {
+    testsupport::TempDir work;
     // "@/" stands for the work directory.
-    std::string InWork(std::string text) {
+    const auto inWork = [&work](std::string text) {
         for (size_t at = text.find("@/"); at != std::string::npos; at = text.find("@/", at)) {
-            text.replace(at, 1, m_work.Path());
+            text.replace(at, 1, work.Path());
         }
         return text;
-    }
-    std::vector<std::string> Words(const std::string& text) {
-        std::istringstream in(InWork(text));
+    };
+    const auto words = [&inWork](const std::string& text) {
+        std::istringstream in(inWork(text));
         return std::vector<std::string>(std::istream_iterator<std::string>(in), {});
-    }
-    testsupport::TempDir m_work;
-};
-
-TEST_F(EcrCommTest, FailuresEndWithTheirMessageAndExitStatus) {
+    };
     const std::string silent = "\nCommunication error: ECR is not responding\n";
     const struct {
         const char *simulator, *command, *parameters;
@@ -54,7 +39,6 @@ TEST_F(EcrCommTest, FailuresEndWithTheirMessageAndExitStatus) {
         // Without a password the ECR's demand for authorisation cannot be met.
         {"--password 1234", "clear 3", "", 5, "\nCommunication error: Unexpected data received\n",
          ""},
-        {"", "executeserver 2", "", 15, "", ""},
         {"", "executeserver 1", "", 99, "\nDisconnectFromServer command not supported\n", ""},
         // The network channels are not built on this platform.
         {"", "clear 3", "/IpAddress=10.0.0.1", 99, "Internal error\n", ""},
@@ -77,36 +61,13 @@ TEST_F(EcrCommTest, FailuresEndWithTheirMessageAndExitStatus) {
          silent + silent + silent, ""},
     };
     for (const auto& c : cases) {
-        EcrSimulator sim(Words(c.simulator));
-        const RunResult r = Tavo(sim, c.command, c.parameters);
+        const testsupport::EcrSimulator sim(words(c.simulator));
+        const testsupport::RunResult r =
+            testsupport::RunTavoOn(sim, work, words(c.command), words(c.parameters));
         EXPECT_EQ(r.exitStatus, c.status) << c.message;
         // Captured by a pipe, the output has no progress text before the ECR's answer.
         EXPECT_EQ(r.output,
-                  InWork(c.message) + Format("Completed with errors\nReturn value %d\n", c.status));
-        EXPECT_THAT(r.errors, ::testing::MatchesRegex(InWork(c.cause)));
+                  inWork(c.message) + Format("Completed with errors\nReturn value %d\n", c.status));
+        EXPECT_THAT(r.errors, ::testing::MatchesRegex(inWork(c.cause)));
     }
-    // The counters run on over the attempts.
-    EXPECT_NE(ReadFile(m_work.File("logs/TAVO.log"))
-                  .find("I/O statistics : OUT frames = 0, IN frames = 0, LOST = 3\n"),
-              std::string::npos);
-    EcrSimulator sim({"--password", "1234"});
-    EXPECT_EQ(Tavo(sim, "clear 3", "/Password=1234").exitStatus, 0);
 }
-
-TEST_F(EcrCommTest, NoisyLineStillDeliversEveryRecord) {
-    EcrSimulator sim({"--corrupt-rate", "0.001", "--seed", "7", "--ack-timeout", "100"});
-    std::string articles;
-    for (int key = 1; key <= 1000; ++key) {
-        articles +=
-            Format("%d,\"Article \"\"%d\"\"\",%d.%d5,0x0a1b\r\n", key, key, key % 97, key % 10);
-    }
-    WriteFile(m_work.File("plu.csv"), articles);
-    const char* quick = "/SerialProtocolResponseMaxTime=100 /EcrOperationMaxTime=500 /RetryCount=3";
-    const RunResult sent = Tavo(sim, "send 3 @/plu.csv", quick);
-    EXPECT_EQ(sent.exitStatus, 0) << sent.output;
-    const RunResult read = Tavo(sim, "read 3 @/back.csv", quick);
-    EXPECT_EQ(read.exitStatus, 0) << read.output;
-    EXPECT_TRUE(ReadFile(m_work.File("back.csv")) == articles) << "records damaged on the way";
-}
-
-} // namespace

@@ -29,7 +29,6 @@ Bytes BuildFrame(int version, const Bytes& payload, byte seqNo, uint16 bufSize =
 
 // What action throws as "<return code>: <display message>", or "nothing thrown".
 std::string ErrorOf(const std::function<void()>& action);
-const char* const internalError = "99: Internal error";
 long long MeasureMs(const std::function<void()>& action);
 
 // Hangs itself up when the test still runs timeLimitMs after it was made, so that no blocked

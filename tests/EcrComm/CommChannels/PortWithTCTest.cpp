@@ -2,6 +2,7 @@
 
 #include "AppConfig.h"
 #include "EcrComm/LinkTestSupport.h"
+#include "Tools.h"
 
 using namespace linktest;
 
@@ -9,12 +10,11 @@ namespace {
 
 class PortWithTCTest : public LinkTest {
 protected:
-    void Open(const std::string& retryCount, const char* version = nullptr) {
-        Configure("[Common]\nSerialProtocolResponseMaxTime=100\nSerialProtocolRetryCount=" +
-                  retryCount);
-        if (version != nullptr) {
-            AppConfig::SetParameter("SerialProtocolVersion", version, false);
-        }
+    void Open(const char* retryCount, const char* version = "") {
+        Configure(
+            Format("[Common]\nSerialProtocolResponseMaxTime=100\nSerialProtocolRetryCount=%s\n"
+                   "SerialProtocolVersion=%s\n",
+                   retryCount, version));
         m_port.Open();
         m_port.SetReadTimeout(1000);
     }
@@ -51,16 +51,16 @@ TEST_F(PortWithTCTest, BlocksAreRepeatedWhenRefusedThenSentInTheNextVersion) {
         int finalVersion;
         const char* setting; // the version setting afterwards: the one that worked
     } cases[] = {
-        {"3", nullptr, "3N 3- 3A", true, 3, ""},
+        {"3", "", "3N 3- 3A", true, 3, ""},
         {"3", "2", "2A", true, 2, "2"},
         {"3", "1", "1A", true, 1, "1"},
         // Refusals mixed with silence: no other version is tried.
-        {"3", nullptr, "3N 3- 3N", false, 3, ""},
-        {"2", nullptr, "3N 3N 1N 1N 2A", true, 2, "2"},
+        {"3", "", "3N 3- 3N", false, 3, ""},
+        {"2", "", "3N 3N 1N 1N 2A", true, 2, "2"},
         {"1", "1", "1N 2A", true, 2, "2"},
-        {"1", nullptr, "3N 1N 2N", false, 3, ""},
+        {"1", "", "3N 1N 2N", false, 3, ""},
         // No attempts at all: straight through every version, nothing on the line.
-        {"0", nullptr, "", false, 3, ""},
+        {"0", "", "", false, 3, ""},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.answers);
@@ -93,8 +93,7 @@ TEST_F(PortWithTCTest, IncomingFramesAreCheckedAnsweredAndHandedOutInPieces) {
     const struct {
         std::string sent;
         unsigned int size;
-        const char* delivered;
-        const char* answers;
+        const char *delivered, *answers;
     } cases[] = {
         {"", 1, "5A", ""},
         {"", 1, "5B", ""},
