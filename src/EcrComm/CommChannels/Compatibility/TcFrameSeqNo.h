@@ -7,6 +7,8 @@
 
 class TcFrameSeqNo {
 public:
+    // True for 0 and for 32 to 255; false for 1 to 31.
     static bool IsValid(byte seqNo);
+    // The number after seqNo: 32 after 0 and after 255, else seqNo + 1.
     static byte Next(byte seqNo);
 };

@@ -6,12 +6,16 @@
 
 class TCP : public ICommChannel {
 public:
+    // A channel that cannot be opened.
     TCP() : m_readTimeoutMs(0) {}
 
+    // Always raises InternalException (exit status 99): this build has no network support.
     void Open() override;
+    // Do nothing; GetReadTimeout leaves ms as it is.
     void Close() override {}
     void SetReadTimeout(unsigned int) override {}
     void GetReadTimeout(unsigned int&) override {}
+    // Always false, or 0 bytes: nothing is read or written. Raise nothing.
     bool Read(byte*, unsigned int) override { return false; }
     bool Write(const byte*, unsigned int) override { return false; }
     bool WriteDirect(const byte*, unsigned int) override { return false; }
