@@ -40,8 +40,8 @@ std::string Failed(int status) {
     return "Completed with errors\nReturn value " + std::to_string(status) + "\n";
 }
 
-// One run of the tool against a fresh simulator, and what it must leave behind. In every text
-// "@" stands for the work directory, where the input files of the test lie.
+// One run of the tool against a fresh simulator, and what it must leave behind. The run's
+// working directory is the test's, where the input files lie.
 struct Case {
     Case(const char* what_, std::vector<std::string> command_, int status_, std::string output_)
         : what(what_), command(std::move(command_)), status(status_), output(std::move(output_)) {}
@@ -105,25 +105,12 @@ protected:
         }
         return raw;
     }
-    std::string InWork(std::string text) const {
-        for (size_t at = text.find('@'); at != std::string::npos; at = text.find('@', at)) {
-            text.replace(at, 1, m_work.Path());
-            at += m_work.Path().size();
-        }
-        return text;
-    }
-    std::vector<std::string> InWork(const std::vector<std::string>& texts) const {
-        std::vector<std::string> result;
-        for (const std::string& text : texts) {
-            result.push_back(InWork(text));
-        }
-        return result;
-    }
     RunResult Tavo(const EcrSimulator& sim, const std::vector<std::string>& command,
                    bool terminal = false) {
         RunOptions options;
         options.outputToTerminal = terminal;
-        return RunTavoOn(sim, m_work, InWork(command), {}, options);
+        options.directory = m_work.Path();
+        return RunTavoOn(sim, m_work, command, {}, options);
     }
     // The simulator stores a section after it has acknowledged the end of the data, so the
     // file may lag a moment behind the end of the run.
@@ -145,8 +132,8 @@ protected:
         const std::string trafficBefore = sim.TrafficLog();
         const RunResult r = Tavo(sim, c.command, c.terminal);
         EXPECT_EQ(r.exitStatus, c.status);
-        EXPECT_EQ(r.output, InWork(c.output));
-        EXPECT_EQ(r.errors, InWork(c.errors));
+        EXPECT_EQ(r.output, c.output);
+        EXPECT_EQ(r.errors, c.errors);
         if (c.checkSection) {
             ExpectFile(sim.DataDir() + "/section3.csv", c.section3);
         }
@@ -154,7 +141,7 @@ protected:
             const size_t equals = c.file.find('=');
             const std::string name = c.file.substr(0, equals);
             ExpectFile(name[0] == '%' ? sim.DataDir() + "/" + name.substr(1) : m_work.File(name),
-                       InWork(c.file.substr(equals + 1)));
+                       c.file.substr(equals + 1));
         }
         EXPECT_NE(LogWithoutTimes().find(c.log), std::string::npos) << LogWithoutTimes();
         EXPECT_TRUE(WaitFor([&] {
@@ -172,42 +159,42 @@ TEST_F(CommandsTest, StandardCommandsEndWithTheirOutputStatusAndData) {
                                  "Line 5     - Record has bad format         \n"
                                  "Line 1     - Record number is not unique   \n";
     const Case cases[] = {
-        Case("send lists every bad line", {"send", "3", "@/bad.csv"}, 2,
+        Case("send lists every bad line", {"send", "3", "bad.csv"}, 2,
              badLines + "Records sent: 2\n" + Failed(2))
             .Section3("1,\"B\",1\r\n3,\"C\",3\r\n")
             .Log("Found 1 duplicate record(s)\nFound 1 empty record(s)\n"
                  "Found 1 bad format record(s)\n"),
         Case("allowed duplicates leave the other bad lines failing",
-             {"send", "3", "@/bad.csv", "/IgnoreDuplicates=1"}, 2,
+             {"send", "3", "bad.csv", "/IgnoreDuplicates=1"}, 2,
              badLines + "Records sent: 2\n" + Failed(2)),
-        Case("allowed duplicates alone", {"send", "3", "@/dup.csv", "/IgnoreDuplicates=1"}, 0,
+        Case("allowed duplicates alone", {"send", "3", "dup.csv", "/IgnoreDuplicates=1"}, 0,
              "Line 2     - Record number is not unique   \nRecords sent: 1\n" + ok)
             .Section3("7,\"B\"\r\n"),
-        Case("records the register refuses", {"send", "3", "@/plu20.csv"}, 14,
+        Case("records the register refuses", {"send", "3", "plu20.csv"}, 14,
              "Line 5     - Record can not be updated     \n"
              "Line 17    - Record field 3 has invalid value\nRecords sent: 18\n" +
                  Failed(14))
             .Simulator({"--bad-data", "17:3", "--busy-record", "5"})
             .Log("2 record(s) rejected by ECR\n"),
-        Case("read of an empty section", {"read", "4", "@/empty.csv"}, 0,
+        Case("read of an empty section", {"read", "4", "empty.csv"}, 0,
              request + "Records read: 0\n" + ok)
             .File("empty.csv=")
             .OnTerminal(),
-        Case("read and clear of an empty section clears nothing",
-             {"readandclear", "4", "@/none.csv"}, 0, request + "Records read: 0\n" + ok)
+        Case("read and clear of an empty section clears nothing", {"readandclear", "4", "none.csv"},
+             0, request + "Records read: 0\n" + ok)
             .OnTerminal(),
-        Case("read and clear", {"readandclear", "3", "@/back.csv"}, 0,
+        Case("read and clear", {"readandclear", "3", "back.csv"}, 0,
              request + "Records read: 10\rRecords read: 12\n" + request + "Clearing ...\r" +
                  std::string(12, ' ') + "\r" + ok)
-            .Before({"send", "3", "@/plu.csv"})
+            .Before({"send", "3", "plu.csv"})
             .Section3("")
             .File("back.csv=" + Articles(1, 12))
             .OnTerminal(),
-        Case("clear and send", {"clearandsend", "3", "@/new.csv"}, 0, "Records sent: 3\n" + ok)
-            .Before({"send", "3", "@/kept.csv"})
+        Case("clear and send", {"clearandsend", "3", "new.csv"}, 0, "Records sent: 3\n" + ok)
+            .Before({"send", "3", "kept.csv"})
             .Section3(Articles(10, 3)),
-        Case("delete", {"delete", "3", "@/gone.csv"}, 0, "Records deleted: 1\n" + ok)
-            .Before({"send", "3", "@/new.csv"})
+        Case("delete", {"delete", "3", "gone.csv"}, 0, "Records deleted: 1\n" + ok)
+            .Before({"send", "3", "new.csv"})
             .Section3(Articles(10, 1) + Articles(12, 1)),
         Case("init waits for the register", {"init", "3"}, 0,
              request + "Initializing ...\r" + std::string(16, ' ') + "\r" + ok)
@@ -215,31 +202,31 @@ TEST_F(CommandsTest, StandardCommandsEndWithTheirOutputStatusAndData) {
             .OnTerminal(),
         Case("the register sees the section's low byte", {"clear", "300"}, 0, ok)
             .SimulatorLog("request clear section 44"),
-        Case("packets of five", {"send", "3", "@/plu.csv", "/RecordsInPacket=5"}, 0,
+        Case("packets of five", {"send", "3", "plu.csv", "/RecordsInPacket=5"}, 0,
              "Preparing data ...\r" + std::string(18, ' ') + "\r" + request +
                  "Records sent: 5\rRecords sent: 10\rRecords sent: 12\rRecords sent: 12\n" + ok)
             .Simulator({"--packet", "5"})
             .Section3(Articles(1, 12))
             .OnTerminal(),
-        Case("a pipe gets the whole lines only", {"send", "3", "@/plu.csv", "/RecordsInPacket=5"},
-             0, "Records sent: 12\n" + ok)
+        Case("a pipe gets the whole lines only", {"send", "3", "plu.csv", "/RecordsInPacket=5"}, 0,
+             "Records sent: 12\n" + ok)
             .Section3(Articles(1, 12)),
-        Case("packets of none still end the data", {"send", "4", "@/plu.csv", "/RecordsInPacket=0"},
+        Case("packets of none still end the data", {"send", "4", "plu.csv", "/RecordsInPacket=0"},
              0, "Records sent: 0\n" + ok)
             .SimulatorLog("end of data, section 4 has 0 records"),
-        Case("a session the register ends is renegotiated", {"send", "3", "@/plu20.csv"}, 0,
+        Case("a session the register ends is renegotiated", {"send", "3", "plu20.csv"}, 0,
              "Records sent: 20\n" + ok)
             .Simulator({"--session-timeout", "4"})
             .Section3(Articles(1, 20))
             .Log("Communication timeout on ECR side, renegotiating...\n"
                  "Communication timeout on ECR side, renegotiating...\n"),
         Case("records in flight cannot be renegotiated",
-             {"send", "3", "@/plu.csv", "/RecordsInPacket=2"}, 5,
+             {"send", "3", "plu.csv", "/RecordsInPacket=2"}, 5,
              "\nCommunication error: Unexpected data received, retry not possible\n" + Failed(5))
             .Simulator({"--session-timeout", "4", "--packet", "2"}),
-        Case("raw files are 64-byte records", {"read", "195", "@/back.bin"}, 0,
+        Case("raw files are 64-byte records", {"read", "195", "back.bin"}, 0,
              "Records read: 3\n" + ok)
-            .Before({"send", "195", "@/logo.bin"})
+            .Before({"send", "195", "logo.bin"})
             .File("back.bin=" + RawBytes()),
     };
     for (const Case& c : cases) {
@@ -250,23 +237,22 @@ TEST_F(CommandsTest, StandardCommandsEndWithTheirOutputStatusAndData) {
 TEST_F(CommandsTest, FiscalCommandsRunInFileOrderOrNotAtAll) {
     const Case cases[] = {
         Case("file order, repeats included",
-             {"executefiscal", "@/receipt.csv", "/SortInputFileLines=1"}, 0,
+             {"executefiscal", "receipt.csv", "/SortInputFileLines=1"}, 0,
              "Line 3     - Record is empty               \nCommands sent: 4\n" + ok)
             .Simulator({"--wait-frames", "3"})
             .File("%fiscal.csv=5,\"Milk\",0.89\r\n3\r\n5,\"Bread\",1.5\r\n1\r\n"),
-        Case("a bad line stops the run before any command", {"executefiscal", "@/badreceipt.csv"},
-             2,
+        Case("a bad line stops the run before any command", {"executefiscal", "badreceipt.csv"}, 2,
              "Line 3     - Record has bad format         \n\nInput file contains bad data\n" +
                  Failed(2))
             .File("%fiscal.csv="),
-        Case("a busy register", {"executefiscal", "@/one.csv"}, 3,
+        Case("a busy register", {"executefiscal", "one.csv"}, 3,
              "\nIncorrect keylock position\n" + Failed(3))
             .Simulator({"--fiscal-answer", "2"}),
-        Case("fiscal status", {"readfiscalstatus", "@/status.bin"}, 0,
+        Case("fiscal status", {"readfiscalstatus", "status.bin"}, 0,
              "Reading ECR status...\r" + std::string(24, ' ') + "\r" + ok)
             .File("status.bin=4711,\"FISCAL OK\",0,123.45\r\n")
             .OnTerminal(),
-        Case("payment terminal status", {"readeftstatus", "@/eft.csv"}, 0, ok)
+        Case("payment terminal status", {"readeftstatus", "eft.csv"}, 0, ok)
             .File("eft.csv=1,\"EFT READY\"\r\n"),
     };
     for (const Case& c : cases) {
@@ -277,7 +263,7 @@ TEST_F(CommandsTest, FiscalCommandsRunInFileOrderOrNotAtAll) {
 // A bad day in a shop: whatever goes wrong, the run ends with its status and its cause, and the
 // register keeps what it had.
 TEST_F(CommandsTest, BadDayEndsWithItsCauseAndLosesNothing) {
-    const std::vector<std::string> preload = {"send", "3", "@/kept.csv", "/Password=1"};
+    const std::vector<std::string> preload = {"send", "3", "kept.csv", "/Password=1"};
     // A refused input: status 13, its cause, the register untouched and never contacted.
     auto refused = [&](const char* what, std::vector<std::string> command, const char* reason) {
         const std::string name = command[0] == "executefiscal" ? command[1] : command[2];
@@ -296,18 +282,18 @@ TEST_F(CommandsTest, BadDayEndsWithItsCauseAndLosesNothing) {
             .Before(preload)
             .Section3(Articles(20, 5))
             .Errors("tavo: /dev/full: No space left on device\n"),
-        refused("read into a missing folder", {"read", "3", "@/no/back.csv"},
+        refused("read into a missing folder", {"read", "3", "no/back.csv"},
                 "No such file or directory"),
-        refused("clear and send of a missing file", {"clearandsend", "3", "@/missing.csv"},
+        refused("clear and send of a missing file", {"clearandsend", "3", "missing.csv"},
                 "No such file or directory"),
-        refused("clear and send of a folder", {"clearandsend", "3", "@/folder"}, "Is a directory"),
-        refused("send of a folder", {"send", "3", "@/folder"}, "Is a directory"),
-        refused("send of a pipe", {"send", "3", "@/pipe"}, "not a regular file"),
-        refused("delete of a folder", {"delete", "3", "@/folder"}, "Is a directory"),
-        refused("fiscal file that is a folder", {"executefiscal", "@/folder", "/Password=1"},
+        refused("clear and send of a folder", {"clearandsend", "3", "folder"}, "Is a directory"),
+        refused("send of a folder", {"send", "3", "folder"}, "Is a directory"),
+        refused("send of a pipe", {"send", "3", "pipe"}, "not a regular file"),
+        refused("delete of a folder", {"delete", "3", "folder"}, "Is a directory"),
+        refused("fiscal file that is a folder", {"executefiscal", "folder", "/Password=1"},
                 "Is a directory")
             .Simulator({"--password", "1"}),
-        Case("bitmap too large to hold", {"send", "3", "@/huge.bmp"}, 50,
+        Case("bitmap too large to hold", {"send", "3", "huge.bmp"}, 50,
              "System error: Not enough memory\n" + Failed(50))
             .Before(preload)
             .Section3(Articles(20, 5))
@@ -317,7 +303,7 @@ TEST_F(CommandsTest, BadDayEndsWithItsCauseAndLosesNothing) {
               "/SerialProtocolRetryCount=2"},
              5, "\nCommunication error: ECR is not responding\n" + Failed(5))
             .Simulator({"--stall-answer", "1"}),
-        Case("sessions that end before any record is taken", {"send", "3", "@/plu.csv"}, 5,
+        Case("sessions that end before any record is taken", {"send", "3", "plu.csv"}, 5,
              unaccepted + unaccepted + unaccepted +
                  "\nCommunication error: ECR times out every session before accepting a record\n" +
                  Failed(5))
@@ -335,7 +321,7 @@ TEST_F(CommandsTest, BadDayEndsWithItsCauseAndLosesNothing) {
 // two answers coming in and acknowledged.
 TEST_F(CommandsTest, TraceFileHoldsEveryBlockInBothDirections) {
     EcrSimulator sim;
-    ASSERT_EQ(Tavo(sim, {"delete", "3", "@/gone.csv", "/TraceFile=@/trace.txt"}).exitStatus, 0);
+    ASSERT_EQ(Tavo(sim, {"delete", "3", "gone.csv", "/TraceFile=trace.txt"}).exitStatus, 0);
     std::istringstream trace(ReadFile(m_work.File("trace.txt")));
     std::string line;
     std::getline(trace, line);
@@ -356,14 +342,14 @@ TEST_F(CommandsTest, SignalStopsTheTransferCleanly) {
     EcrSimulator sim;
     const int records = 3000;
     WriteFile(m_work.File("many.csv"), Articles(1, records));
-    ASSERT_EQ(Tavo(sim, {"send", "3", "@/many.csv"}).exitStatus, 0);
+    ASSERT_EQ(Tavo(sim, {"send", "3", "many.csv"}).exitStatus, 0);
     const struct {
         int signalNumber;
         std::vector<std::string> command;
         std::string done; // the final count line, then the signal is sent at its 100
     } cases[] = {
-        {SIGINT, {"send", "3", "@/many.csv"}, "Records sent: "},
-        {SIGTERM, {"read", "3", "@/back.csv"}, "Records read: "},
+        {SIGINT, {"send", "3", "many.csv"}, "Records sent: "},
+        {SIGTERM, {"read", "3", "back.csv"}, "Records read: "},
     };
     const int fd = open(("/dev/" + sim.Tty()).c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
     ASSERT_GE(fd, 0);
@@ -373,13 +359,14 @@ TEST_F(CommandsTest, SignalStopsTheTransferCleanly) {
         SCOPED_TRACE(c.command[0]);
         RunOptions options;
         options.outputToTerminal = true;
+        options.directory = m_work.Path();
         bool signalled = false;
         options.onOutput = [&](pid_t pid, const std::string& output) {
             if (!signalled && output.find(c.done + "100\r") != std::string::npos) {
                 signalled = kill(pid, c.signalNumber) == 0;
             }
         };
-        const RunResult r = RunTavoOn(sim, m_work, InWork(c.command), {}, options);
+        const RunResult r = RunTavoOn(sim, m_work, c.command, {}, options);
         ASSERT_TRUE(signalled) << r.output;
         EXPECT_EQ(r.exitStatus, 128 + c.signalNumber);
         const std::string tail = "\nInterrupted\n" + Failed(128 + c.signalNumber);
@@ -400,9 +387,9 @@ TEST_F(CommandsTest, SignalStopsTheTransferCleanly) {
                   std::tie(before.c_iflag, before.c_oflag, before.c_cflag, before.c_lflag));
         EXPECT_EQ(std::memcmp(after.c_cc, before.c_cc, sizeof(before.c_cc)), 0);
         // The next run is not kept waiting by a lock or by the register's unfinished session.
-        RunOptions limited;
-        limited.timeoutMs = 15000;
-        EXPECT_EQ(RunTavoOn(sim, m_work, InWork(c.command), {}, limited).exitStatus, 0);
+        options.onOutput = nullptr;
+        options.timeoutMs = 15000;
+        EXPECT_EQ(RunTavoOn(sim, m_work, c.command, {}, options).exitStatus, 0);
     }
     close(fd);
     EXPECT_TRUE(ReadFile(m_work.File("back.csv")) == Articles(1, records));

@@ -57,7 +57,7 @@ bool FileExists(const std::string& path) {
 }
 
 pid_t StartProcess(const std::string& executable, const std::vector<std::string>& args, int outFd,
-                   int errFd) {
+                   int errFd, const std::string& directory) {
     const pid_t pid = fork();
     if (pid < 0) {
         throw std::runtime_error("fork failed");
@@ -66,6 +66,9 @@ pid_t StartProcess(const std::string& executable, const std::vector<std::string>
         dup2(open("/dev/null", O_RDONLY), 0);
         dup2(outFd, 1);
         dup2(errFd, 2);
+        if (!directory.empty() && chdir(directory.c_str()) != 0) {
+            _exit(126);
+        }
         std::vector<char*> argv = {const_cast<char*>(executable.c_str())};
         for (const std::string& arg : args) {
             argv.push_back(const_cast<char*>(arg.c_str()));
@@ -120,7 +123,7 @@ RunResult RunProcess(const std::string& executable, const std::vector<std::strin
     if (pipe(err) != 0) {
         throw std::runtime_error("pipe failed");
     }
-    const pid_t pid = StartProcess(executable, args, out[1], err[1]);
+    const pid_t pid = StartProcess(executable, args, out[1], err[1], options.directory);
     RunResult result;
     pollfd fds[2] = {{out[0], POLLIN, 0}, {err[0], POLLIN, 0}};
     const auto deadline =

@@ -28,9 +28,10 @@ void WriteFile(const std::string& path, const std::string& content);
 std::string ReadFile(const std::string& path);
 bool FileExists(const std::string& path);
 // Starts the executable with the arguments, standard input from /dev/null and the two output
-// descriptors, which the caller gives up (they are closed here). Returns the process id.
+// descriptors, which the caller gives up (they are closed here), in directory when one is
+// given. Returns the process id.
 pid_t StartProcess(const std::string& executable, const std::vector<std::string>& args, int outFd,
-                   int errFd);
+                   int errFd, const std::string& directory = "");
 
 struct RunResult {
     int exitStatus = -1; // -1 when the process did not exit normally or timed out
@@ -44,6 +45,7 @@ struct RunOptions {
     bool outputToTerminal = false;
     // Called with the process id and the standard output so far whenever more has arrived.
     std::function<void(pid_t, const std::string&)> onOutput;
+    std::string directory; // the working directory; empty: the test's own
 };
 
 // Runs an executable with the arguments, standard input from /dev/null. Both output streams
