@@ -158,11 +158,11 @@ TEST_F(BmpFileTest, ReadsBitmapsMadeByImageMagick) {
     // -monochrome writes black first; negating before and after gives the same picture with
     // white first.
     const std::string blackFirst = convert(picture, {"-monochrome"});
-    const std::string whiteFirst = convert(picture, {"-negate", "-monochrome", "-negate"});
+    const std::string whiteFirstFile = convert(picture, {"-negate", "-monochrome", "-negate"});
     ASSERT_EQ(blackFirst.substr(54, 3), std::string(3, '\0'));
-    ASSERT_EQ(whiteFirst.substr(54, 3), "\xff\xff\xff");
+    ASSERT_EQ(whiteFirstFile.substr(54, 3), "\xff\xff\xff");
     EXPECT_EQ(ReadRows(blackFirst), blackFirstRows);
-    EXPECT_EQ(ReadRows(whiteFirst), whiteFirstRows);
+    EXPECT_EQ(ReadRows(whiteFirstFile), whiteFirstRows);
 }
 
 } // namespace
