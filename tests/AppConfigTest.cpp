@@ -30,12 +30,11 @@ TEST_F(AppConfigTest, CommandLineBeatsEcrSectionBeatsCommon) {
 }
 
 TEST_F(AppConfigTest, NumbersFollowStrtolRulesAndOddTextIsReportedOnce) {
-    LoadConfiguration(Ini("[Common]\nRetryCount=abc\nA= 12x\nC=\nD= 7 \n"));
+    LoadConfiguration(Ini("[Common]\nRetryCount=abc\nA= 12x\nD= 7 \n"));
     ::testing::internal::CaptureStderr();
     EXPECT_EQ(AppConfig::GetParameter("RetryCount", 1), 0);
     EXPECT_EQ(AppConfig::GetParameter("RetryCount", 1), 0);
     EXPECT_EQ(AppConfig::GetParameter("A", 1), 12);
-    EXPECT_EQ(AppConfig::GetParameter("C", 9), 9);
     EXPECT_EQ(AppConfig::GetParameter("D", 9), 7);
     EXPECT_EQ(::testing::internal::GetCapturedStderr(),
               "tavo: RetryCount=abc: not a whole number; using 0\n"

@@ -6,7 +6,7 @@
 #include <regex>
 
 #include "Interruption.h"
-#include "TestSupport.h"
+#include "SimulatorSupport.h"
 
 namespace {
 
@@ -32,7 +32,15 @@ const std::regex usageHeadPattern(
     "Version 3\\.3\\.3 \\(Compiled: [A-Z][a-z]{2} [ 1-3][0-9] (\\d{4}) \\d\\d:\\d\\d:\\d\\d\\)\n\n"
     "Copyright [^\n]*-(\\d{4}) ZEL[^\n]*\n\n\n");
 
-const char timeStamp[] = R"(\d\d\.\d\d\.\d{4} \d\d:\d\d:\d\d\.\d{3} )";
+// The parts of a log line's time stamp, and the date of today as a pattern.
+const char datePattern[] = R"(\d\d\.\d\d\.\d{4})";
+const char timePattern[] = R"( \d\d:\d\d:\d\d\.\d{3} )";
+std::string Today() {
+    const time_t now = time(nullptr);
+    char date[16];
+    strftime(date, sizeof(date), "%d\\.%m\\.%Y", localtime(&now));
+    return date;
+}
 
 class ApplicationTest : public ::testing::Test {
 protected:
@@ -68,7 +76,7 @@ TEST_F(ApplicationTest, FailureBeforeTheLogIsOpenEndsTheRunUnlogged) {
         int status;
         std::string shown;
     } cases[] = {
-        // Logging starts after the command line has been read.
+        // Logging starts after the command line has been read; level -1 opens no log at all.
         {{"clear", "3", "/Bad"}, 1, "Bad command line parameter: /Bad (use /? for help)"},
         {{"reads", "3"}, 1, "Unknown command (use /? for help)"},
         {{"runserver", "/StandardLog=-1"}, 99, "Internal error"},
@@ -83,16 +91,21 @@ TEST_F(ApplicationTest, FailureBeforeTheLogIsOpenEndsTheRunUnlogged) {
 }
 
 TEST_F(ApplicationTest, RunIsLoggedFromItsStartToItsCompletion) {
-    const RunResult r = Run({"clear", "3", "/ProtocolSet=2"});
-    EXPECT_EQ(r.exitStatus, 10);
-    EXPECT_EQ(r.output, "Configuration error: Invalid ProtocolSet parameter\n"
-                        "Completed with errors\nReturn value 10\n");
-    const std::string log = ReadFile(StdLog());
+    EcrSimulator sim;
+    ASSERT_FALSE(sim.Tty().empty());
+    const std::string today = "(" + Today() + "|"; // the run may pass midnight
+    EXPECT_EQ(RunTavoOn(sim, m_dir, {"clear", "3"}).exitStatus, 0);
+    EXPECT_EQ(Run({"clear", "3", "/ProtocolSet=2"}).exitStatus, 10);
+    const std::string stamp = std::string(datePattern) + timePattern;
+    const std::string start = "TAVO driver version 3\\.3\\.3 started \\(as executable\\)\\. "
+                              "Command line: \"[^\"]*tavo\" clear 3 /";
     const std::string pattern =
-        std::string("\n\n") + timeStamp +
-        "TAVO driver version 3\\.3\\.3 started \\(as executable\\)\\. Command line: \"[^\"]*tavo\" "
-        "clear 3 /ProtocolSet=2 /ConfigFilePath=[^ ]+ /LogFilePath=[^ ]+\n" +
-        timeStamp + "Invalid ProtocolSet parameter\n" + timeStamp + "Completed with errors\n";
+        "\n\n" + today + Today() + ")" + timePattern + start +
+        "TTY=[^ ]+ /ConfigFilePath=[^ ]+ /LogFilePath=[^ ]+\n" + stamp +
+        "I/O statistics : OUT frames = \\d+, IN frames = \\d+\n" + stamp + "Completed OK\n\n\n" +
+        stamp + start + "ProtocolSet=2 /ConfigFilePath=[^ ]+ /LogFilePath=[^ ]+\n" + stamp +
+        "Invalid ProtocolSet parameter\n" + stamp + "Completed with errors\n";
+    const std::string log = ReadFile(StdLog());
     EXPECT_TRUE(std::regex_match(log, std::regex(pattern))) << log;
 }
 

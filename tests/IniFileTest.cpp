@@ -20,7 +20,6 @@ TEST(IniFileTest, LookupFindsTheValueOrGivesTheDefault) {
     } cases[] = {
         {"[Common]\n ComNumber = ttyS0 \n", "COMMON", "comnumber", "ttyS0"},
         {"[ ECR_Shop1 ]\nPassword=\tx y\t\n", "ecr_shop1", "password", "x y"},
-        {"[Common]\nPassword=x\n", "Missing", "Password", "<default>"},
         {"[A]\nq=\"quoted\" \\n ; not a comment\n", "A", "q", "\"quoted\" \\n ; not a comment"},
         {"[A]\nurl=a=b:c\n", "A", "url", "a=b:c"},
         {"[S]\ra=1\rb=2\r", "S", "b", "2"},
@@ -28,7 +27,6 @@ TEST(IniFileTest, LookupFindsTheValueOrGivesTheDefault) {
         {repeated, "S", "a", "2"}, // a repeated heading continues its section, the last key wins
         {repeated, "S", "b", "1"},
         {"ComSettings=baud=9600\n[Common]\n", "", "ComSettings", "baud=9600"},
-        {"ComSettings=baud=9600\n[Common]\n", "Common", "ComSettings", "<default>"},
         {"[S]\n=nokey\n", "S", "", "<default>"},
         {"[S]\nv=" + std::string(300, 'v') + "\n", "S", "v", std::string(255, 'v')},
         // Cut inside the blanks first, then trimmed.

@@ -51,16 +51,13 @@ TEST_F(InstallTest, SampleConfigurationLeavesTheLogsWhereThePackageMakesThem) {
 
 TEST_F(InstallTest, InstalledProgramsWorkTogether) {
     ASSERT_NO_FATAL_FAILURE(Install());
+    // Shop2 of the sample configuration has the password this register asks for.
     EcrSimulator sim({"--password", "1234"}, Installed("/usr/bin/ecrsim"));
     ASSERT_FALSE(sim.Tty().empty());
-    TempDir work;
-    WriteFile(work.File("plu.csv"), "1,\"Milk\",0.89\r\n2,\"Bread\",1.5\r\n");
-    // Shop2 of the sample configuration has the password the simulator asks for.
-    const RunResult r =
-        RunProcess(Installed("/usr/bin/tavo"),
-                   {"send", "3", work.File("plu.csv"), "/ECR=Shop2", "/TTY=" + sim.Tty(),
-                    "/ConfigFilePath=" + Installed("/etc/tavo/TAVO.ini"),
-                    "/LogFilePath=" + work.File("logs")});
+    const RunResult r = RunProcess(Installed("/usr/bin/tavo"),
+                                   {"clear", "3", "/ECR=Shop2", "/TTY=" + sim.Tty(),
+                                    "/ConfigFilePath=" + Installed("/etc/tavo/TAVO.ini"),
+                                    "/LogFilePath=" + Installed("/logs")});
     EXPECT_EQ(r.exitStatus, 0) << r.output;
 }
 

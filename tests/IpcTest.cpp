@@ -11,27 +11,21 @@ namespace {
 // after the device; without a possible lock file, or when told to skip the guard, a run goes on.
 TEST(IpcTest, GuardLocksTheSerialDevice) {
     testsupport::TempDir dir;
-    const std::string tty = "ipc" + std::to_string(getpid()); // parallel test runs stay apart
-    const std::string tooLong(300, 'x');                      // for any file name
-    const struct {
-        std::string tty;
-        const char* skip;
-        std::string registered;
-        bool locked;
-    } cases[] = {
-        {tty, "1", "", false},
-        {tty, "0", "Global\\ZEL.TAVO." + tty, true},
-        {tooLong, "0", "Global\\ZEL.TAVO." + tooLong, false},
-    };
-    for (const auto& c : cases) {
+    // The instance name the guard registers for the device, and whether it took the lock.
+    auto guard = [&](const std::string& tty, const char* skip) {
         testsupport::LoadConfiguration(
             dir.File("none.ini"),
-            {{"TTY", c.tty}, {"SkipInstanceChecking", c.skip}, {"LogFilePath", dir.Path()}});
+            {{"TTY", tty}, {"SkipInstanceChecking", skip}, {"LogFilePath", dir.Path()}});
         CheckOtherTAVOInstances();
-        EXPECT_EQ(Ipc::GetCurrentInstanceNameRegistered(), c.registered);
-        EXPECT_EQ(Ipc::IsCurrentInstanceActive(), c.locked);
+        const bool locked = Ipc::IsCurrentInstanceActive();
         Ipc::LeaveSingleProcessBlock();
-    }
+        return Ipc::GetCurrentInstanceNameRegistered() + (locked ? " locked" : "");
+    };
+    const std::string tty = "ipc" + std::to_string(getpid()); // parallel test runs stay apart
+    EXPECT_EQ(guard(tty, "1"), "");
+    EXPECT_EQ(guard(tty, "0"), "Global\\ZEL.TAVO." + tty + " locked");
+    const std::string tooLong(300, 'x'); // for any file name
+    EXPECT_EQ(guard(tooLong, "0"), "Global\\ZEL.TAVO." + tooLong);
     unlink(Ipc::LockFilePath("/run/lock", "Global\\ZEL.TAVO." + tty).c_str());
 }
 

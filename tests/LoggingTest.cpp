@@ -18,10 +18,9 @@ TEST(LoggingTest, LevelsDecideWhatRemainsOfTheRun) {
         std::string before;
         std::string after;
     } cases[] = {
-        {"1", "0", "", "run\n"},
-        {"1", "3", "old\n", "old\nrun\n"},
-        {"0", "1", "old\n", "old\n"}, // level 0 takes the run back
-        {"0", "0", "", ""},
+        {"1", "0", "", "run\n"},      {"1", "3", "old\n", "old\nrun\n"},
+        {"0", "1", "old\n", "old\n"},                           // level 0 takes the run back
+        {"0", "0", "", ""},           {"1", "-1", "", "run\n"}, // -1 opens no file
     };
     for (const auto& c : cases) {
         if (!c.before.empty()) {
@@ -39,7 +38,7 @@ TEST(LoggingTest, LevelsDecideWhatRemainsOfTheRun) {
         LogMsg(LogType_Both, "run", false);
         LogMsg(LogType_Debug, "debug", false);
         EXPECT_EQ(ReadFile(stdLog), c.before + "run\n"); // written at once, whatever the level
-        EXPECT_TRUE(FileExists(dbgLog));
+        EXPECT_EQ(FileExists(dbgLog), std::string(c.debugLevel) != "-1");
         StopLogging(c.debugLevel[0] == '1');
         LogMsg(LogType_Both, "after the stop", false); // dropped
         EXPECT_EQ(ReadFile(stdLog), c.after);

