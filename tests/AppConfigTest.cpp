@@ -29,7 +29,7 @@ TEST_F(AppConfigTest, CommandLineBeatsEcrSectionBeatsCommon) {
     EXPECT_EQ(AppConfig::GetParameter("TTY", "dflt"), "dflt");
 }
 
-TEST_F(AppConfigTest, NumbersFollowStrtolRulesAndOddTextIsReportedOnce) {
+TEST_F(AppConfigTest, OddNumberTextIsReportedOnceWithTheValueUsed) {
     LoadConfiguration(Ini("[Common]\nRetryCount=abc\nA= 12x\nD= 7 \n"));
     ::testing::internal::CaptureStderr();
     EXPECT_EQ(AppConfig::GetParameter("RetryCount", 1), 0);

@@ -18,9 +18,12 @@ TEST(LoggingTest, LevelsDecideWhatRemainsOfTheRun) {
         std::string before;
         std::string after;
     } cases[] = {
-        {"1", "0", "", "run\n"},      {"1", "3", "old\n", "old\nrun\n"},
-        {"0", "1", "old\n", "old\n"},                           // level 0 takes the run back
-        {"0", "0", "", ""},           {"1", "-1", "", "run\n"}, // -1 opens no file
+        {"1", "0", "", "run\n"},
+        {"1", "3", "old\n", "old\nrun\n"},
+        // Level 0 takes the run back; -1 opens no file.
+        {"0", "1", "old\n", "old\n"},
+        {"0", "0", "", ""},
+        {"1", "-1", "", "run\n"},
     };
     for (const auto& c : cases) {
         if (!c.before.empty()) {
@@ -39,7 +42,7 @@ TEST(LoggingTest, LevelsDecideWhatRemainsOfTheRun) {
         LogMsg(LogType_Debug, "debug", false);
         EXPECT_EQ(ReadFile(stdLog), c.before + "run\n"); // written at once, whatever the level
         EXPECT_EQ(FileExists(dbgLog), std::string(c.debugLevel) != "-1");
-        StopLogging(c.debugLevel[0] == '1');
+        StopLogging(true);
         LogMsg(LogType_Both, "after the stop", false); // dropped
         EXPECT_EQ(ReadFile(stdLog), c.after);
         EXPECT_EQ(FileExists(stdLog), !c.after.empty());
