@@ -1,6 +1,7 @@
 #include "EcrComm/CommBase.h"
 
 #include "EcrComm/CommChannel.h"
+#include "EcrComm/EcrComm.h"
 #include "EcrComm/IoStatistics.h"
 #include "EcrComm/LinkTestSupport.h"
 #include "Tools.h"
@@ -81,6 +82,20 @@ TEST_F(CommBaseTest, IncomingFramesAreCheckedAndCounted) {
         const Bytes delivered = result == CommResult_OK ? Bytes(data, data + length) : Bytes();
         EXPECT_EQ(std::to_string(result) + ": " + ToHex(delivered), c.result);
         EXPECT_EQ(Statistics(), c.counters);
+    }
+}
+
+TEST_F(CommBaseTest, AnswersOfUnknownCodeAreUnexpectedData) {
+    uint16 badField = 0;
+    byte status[1024];
+    const std::function<void()> readers[] = {
+        [&] { EndSendData(badField); },
+        [] { ReadClearStatus(); },
+        [&] { Fiscal_ReadStatus(status, sizeof(status)); },
+    };
+    for (const auto& read : readers) {
+        m_pty.Write(HexBytes("0B 01 00 63"));
+        EXPECT_EQ(ErrorOf(read), "5: \nCommunication error: Unexpected data received");
     }
 }
 

@@ -1,7 +1,6 @@
 // The ECR session end to end: ECR answers and refusals, a silent line, a device or trace file that
 // cannot be opened.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <iterator>
 #include <sstream>
@@ -29,16 +28,15 @@ TEST(EcrCommTest, FailuresEndWithTheirMessageAndExitStatus) {
         std::string message; // what precedes "Completed with errors"
         const char* cause;   // a regular expression for standard error
     } cases[] = {
-        {"--request-answer 2", "read 3 @/x.csv", "", 3, "\nECR is busy\n", ""},
-        {"--request-answer 6", "read 3 @/x.csv", "", 4,
+        {"--request-answer 2", "read 3 @/x", "", 3, "\nECR is busy\n", ""},
+        {"--request-answer 6", "read 3 @/x", "", 4,
          "\nCommand can not be executed in current context\n", ""},
-        {"--request-answer 7", "read 3 @/x.csv", "", 12, "\nECR communications are not activated\n",
+        {"--request-answer 7", "read 3 @/x", "", 12, "\nECR communications are not activated\n",
          ""},
-        {"--request-answer 1", "read 3 @/x.csv", "", 15, "\nUnknown command\n", ""},
-        {"--password 1234", "clear 3", "/Password=9999", 11, "\nBad or missing password\n", ""},
+        {"--request-answer 1", "read 3 @/x", "", 15, "\nUnknown command\n", ""},
+        {"--password 1", "clear 3", "/Password=2", 11, "\nBad or missing password\n", ""},
         // Without a password the ECR's demand for authorisation cannot be met.
-        {"--password 1234", "clear 3", "", 5, "\nCommunication error: Unexpected data received\n",
-         ""},
+        {"--password 1", "clear 3", "", 5, "\nCommunication error: Unexpected data received\n", ""},
         {"", "executeserver 1", "", 99, "\nDisconnectFromServer command not supported\n", ""},
         // The network channels are not built on this platform.
         {"", "clear 3", "/IpAddress=10.0.0.1", 99, "Internal error\n", ""},

@@ -7,10 +7,8 @@
 #include <functional>
 #include <future>
 #include <gtest/gtest.h>
-#include <string>
 #include <termios.h>
 #include <thread>
-#include <vector>
 
 #include "EcrComm/CommBase.h"
 #include "TestSupport.h"

@@ -62,7 +62,6 @@ TEST_F(ComPortTest, ComSettingsOfTheUnnamedSectionHoldWhileThePortIsOpen) {
         EXPECT_EQ(cfgetospeed(&applied), c.speed);
         EXPECT_EQ(applied.c_lflag & (ICANON | ECHO), 0u);
         m_port.Close();
-        m_port.Close(); // closing twice does nothing
         const termios restored = Device();
         EXPECT_EQ(restored.c_lflag, initial.c_lflag);
         EXPECT_EQ(cfgetospeed(&restored), cfgetospeed(&initial));
@@ -148,7 +147,6 @@ TEST_F(ComPortTest, VanishedDeviceEndsWithAFixedError) {
         m_pty.CloseMaster();
     });
     byte data[4];
-    ::testing::internal::CaptureStderr();
     const std::string error = ErrorOf([&] { m_port.Read(data, 4); });
     ecr.get();
     // The read that was waiting fails; had the hang-up come between two reads, the next
@@ -158,7 +156,4 @@ TEST_F(ComPortTest, VanishedDeviceEndsWithAFixedError) {
     EXPECT_EQ(ErrorOf([&] { m_port.Write(data, 1); }), "50: System error: Serial port write error");
     EXPECT_EQ(ErrorOf([&] { m_port.SetReadTimeout(100); }),
               "50: System error: Cannot read serial port timeouts");
-    // Each failure names the device and the system's reason.
-    const std::string cause = "tavo: /dev/" + m_pty.TtyName() + ": Input/output error\n";
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), cause + cause + cause);
 }
