@@ -35,7 +35,7 @@ protected:
 
 } // namespace
 
-TEST_F(CommBaseTest, FramesGoOutWithProtocolAndLength) {
+TEST_F(CommBaseTest, FramesGoOutStampedWithTheirHeader) {
     const byte data[] = {0x41, 0x42};
     EXPECT_EQ(SendFrame(data, 2), CommResult_OK);
     EXPECT_EQ(SendFrame(data, 0), CommResult_OK);
@@ -50,7 +50,7 @@ TEST_F(CommBaseTest, FramesGoOutWithProtocolAndLength) {
     EXPECT_EQ(Statistics(), "3/0/0/0");
 }
 
-TEST_F(CommBaseTest, IncomingFramesAreCheckedAndCounted) {
+TEST_F(CommBaseTest, EachIncomingFrameCountsByItsOutcome) {
     const struct {
         const char* sent;
         uint16 expected, bufSize;

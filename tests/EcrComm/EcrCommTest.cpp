@@ -8,7 +8,7 @@
 #include "SimulatorSupport.h"
 #include "Tools.h"
 
-TEST(EcrCommTest, FailuresEndWithTheirMessageAndExitStatus) {
+TEST(EcrCommTest, FailedRunsReportTheirCause) {
     testsupport::TempDir work;
     // "@/" stands for the work directory.
     const auto inWork = [&work](std::string text) {

@@ -83,7 +83,7 @@ TEST_F(PortWithTCTest, BlocksAreRepeatedWhenRefusedThenSentInTheNextVersion) {
     }
 }
 
-TEST_F(PortWithTCTest, IncomingFramesAreCheckedAnsweredAndHandedOutInPieces) {
+TEST_F(PortWithTCTest, ReceivingTakesEachGoodFrameOnce) {
     Open("3");
     // An answer frame in place of the ACK confirms the block and is taken.
     m_pty.Write(BuildFrame(3, HexBytes("5A 5B"), 32));
