@@ -143,39 +143,11 @@ TEST(EcrsimTest, DataDirIsCreatedOrRefusedByName) {
         << refused.errors;
 }
 
-// A run that vanished in the middle of a Read or a Send leaves no trace for the next one, and
-// a data session the PC leaves idle ends on the register's side.
-TEST(EcrsimTest, StaleSessionsEnd) {
-    TempDir work;
+// A data session the PC leaves idle ends on the register's side. (A run that vanished in the
+// middle of a transfer is followed at once by the next: the end-to-end signal test shows it.)
+TEST(EcrsimTest, IdleSessionEnds) {
     EcrSimulator sim({"--idle-timeout", "300"});
     ASSERT_FALSE(sim.Tty().empty());
-    WriteFile(work.File("plu.csv"), "1,\"A\",1\r\n2,\"B\",2\r\n3,\"C\",3\r\n");
-    ASSERT_EQ(RunTavoOn(sim, work, {"send", "3", work.File("plu.csv")}).exitStatus, 0);
-    {
-        PcSide gone(sim.Tty()); // reads the first record of section 3 and goes away
-        gone.Send({3, 1, 2}, 0);
-        gone.ReadThrough(ack, 1000);
-        EXPECT_EQ(gone.AnswerCode(), 0);
-        gone.ReadThrough(etx, 1000);
-        gone.Ack();
-    }
-    auto start = Clock::now();
-    EXPECT_EQ(RunTavoOn(sim, work, {"send", "4", work.File("plu.csv")}).exitStatus, 0);
-    EXPECT_LT(SecondsSince(start), 2.0);
-    {
-        PcSide gone(sim.Tty()); // sends one record of section 5 and goes away
-        gone.Send({5, 2, 2}, 0);
-        gone.ReadThrough(ack, 1000);
-        EXPECT_EQ(gone.AnswerCode(), 0);
-        gone.Send({0x0C, 0x01, 0x09}, 32);
-        gone.ReadThrough(ack, 1000);
-    }
-    start = Clock::now();
-    const RunResult read = RunTavoOn(sim, work, {"read", "4", work.File("back.csv")});
-    EXPECT_EQ(read.exitStatus, 0);
-    EXPECT_LT(SecondsSince(start), 2.0);
-    EXPECT_EQ(ReadFile(work.File("back.csv")), ReadFile(work.File("plu.csv")));
-
     PcSide idle(sim.Tty()); // a write session that pauses longer than the idle time-out
     idle.Send({6, 2, 2}, 0);
     idle.ReadThrough(ack, 1000);
