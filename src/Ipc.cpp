@@ -21,7 +21,12 @@ namespace {
 const char lockDirectory[] = "/run/lock";
 
 int OpenLockFile(const std::string& path) {
-    return open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    const bool created = !File::Exists(path);
+    const int fd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    if (fd >= 0 && created) {
+        File::ShareWithGroupOfDirectory(fd, Path::GetDirectoryName(path));
+    }
+    return fd;
 }
 
 } // namespace

@@ -35,10 +35,14 @@ void LogFile::Open(const std::string& path) {
         ReportSystemCause(directory, errno);
         throw new SystemException("Log file directory create failed");
     }
+    const bool created = !File::Exists(path);
     FILE* file = std::fopen(path.c_str(), "a");
     if (file == nullptr) {
         ReportSystemCause(path, errno, LogAccessHint(errno));
         throw new FileIoException("Can't open file '" + path + "'");
+    }
+    if (created) {
+        File::ShareWithGroupOfDirectory(fileno(file), directory);
     }
     m_file = file;
     m_filePath = path;

@@ -114,6 +114,14 @@ bool File::Exists(const std::string& path) {
     return stat(path.c_str(), &info) == 0;
 }
 
+void File::ShareWithGroupOfDirectory(int fd, const std::string& directory) {
+    struct stat info;
+    if (stat(directory.empty() ? "." : directory.c_str(), &info) == 0 &&
+        (info.st_mode & S_ISGID) != 0) {
+        fchmod(fd, 0664);
+    }
+}
+
 bool File::Delete(const std::string& path) {
     return std::remove(path.c_str()) == 0;
 }

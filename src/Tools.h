@@ -40,6 +40,10 @@ public:
     // Last modification time in ctime() form, trailing newline included; the time 0 (1970, in
     // local time) for a path that does not exist.
     static std::string Modified(const std::string& path);
+    // Makes a file this run has just created in a shared directory (one whose group is set
+    // on new files, as the package sets up the log directory) writable by that group, so the
+    // next user of the group can append to it; elsewhere the file keeps its mode.
+    static void ShareWithGroupOfDirectory(int fd, const std::string& directory);
 };
 
 class Directory {
