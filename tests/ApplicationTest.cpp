@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdio>
 #include <regex>
+#include <sys/stat.h>
 
 #include "Interruption.h"
 #include "SimulatorSupport.h"
@@ -107,6 +108,19 @@ TEST_F(ApplicationTest, RunIsLoggedFromItsStartToItsCompletion) {
         "Invalid ProtocolSet parameter\n" + stamp + "Completed with errors\n";
     const std::string log = ReadFile(StdLog());
     EXPECT_TRUE(std::regex_match(log, std::regex(pattern))) << log;
+}
+
+TEST_F(ApplicationTest, NewLogInTheSharedLogDirectoryIsWritableByItsGroup) {
+    // As the package makes the log directory: new files get its group, and one member's umask
+    // must not keep the next member from appending.
+    ASSERT_EQ(mkdir(m_dir.File("logs").c_str(), 0755), 0);
+    ASSERT_EQ(chmod(m_dir.File("logs").c_str(), 02775), 0);
+    const mode_t umaskBefore = umask(022);
+    Run({"runserver"});
+    umask(umaskBefore);
+    struct stat info;
+    ASSERT_EQ(stat(StdLog().c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0664u);
 }
 
 TEST_F(ApplicationTest, UnusableLogIsReported) {

@@ -1,7 +1,6 @@
 // Installs the build into a temporary root and uses what was installed, as a shop PC would.
 #include <gtest/gtest.h>
 
-#include "AppConfig.h"
 #include "SimulatorSupport.h"
 
 namespace {
@@ -41,12 +40,6 @@ TEST_F(InstallTest, FilesGoWhereTheyBelong) {
     ASSERT_NO_FATAL_FAILURE(Install());
     EXPECT_TRUE(FileExists(Installed("/var/log/tavo")));
     EXPECT_EQ(ReadFile(Installed("/etc/tavo/TAVO.ini")), "[Common]\nRetryCount=5\n");
-}
-
-TEST_F(InstallTest, SampleConfigurationLeavesTheLogsWhereThePackageMakesThem) {
-    LoadConfiguration(TAVO_SOURCE_DIR "/packaging/TAVO.ini");
-    EXPECT_EQ(AppConfig::GetEcrSection(), "ECR_Shop1");
-    EXPECT_FALSE(AppConfig::HasParameter("LogFilePath"));
 }
 
 TEST_F(InstallTest, InstalledProgramsWorkTogether) {

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <ctime>
 
 #include "Path.h"
 #include "Tools.h"
@@ -44,16 +43,6 @@ TEST(ToolsTest, SleepCountsTenMillisecondUnitsBelowOneSecond) {
         const auto slept = std::chrono::steady_clock::now() - start;
         EXPECT_EQ(slept >= std::chrono::milliseconds(49), units == 5) << units;
     }
-}
-
-TEST(ToolsTest, LocalTimeCountsMonthsFromOne) {
-    tagSYSTEMTIME now;
-    GetLocalTime(&now);
-    const time_t seconds = time(nullptr);
-    struct tm local;
-    localtime_r(&seconds, &local);
-    EXPECT_EQ(now.wYear, local.tm_year + 1900);
-    EXPECT_EQ(now.wMonth, local.tm_mon + 1);
 }
 
 TEST(ToolsTest, AppDirectoryHoldsTheRunningProgram) {
