@@ -35,6 +35,7 @@ TEST(IniFileTest, LookupFindsTheValueOrGivesTheDefault) {
         {"[S]\na=1\n\x1a\nb=2\n", "S", "b", "<default>"},
         {std::string("[S]\na=1\nb=x\0y\n", 14), "S", "a", "<default>"}, // NUL: unreadable
         {huge, "unclosed", "c", "3"}, // after a huge line, and under a heading without ']'
+        {std::string(65533, ';') + "\nc=3", "", "c", "3"}, // the file's last read is one byte
 
     };
     // Each row writes the file again: a lookup must never see an earlier content.
