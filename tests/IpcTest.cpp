@@ -24,6 +24,7 @@ TEST(IpcTest, GuardLocksTheSerialDevice) {
         return Ipc::GetCurrentInstanceNameRegistered() + (locked ? " locked" : "");
     };
     const std::string tty = "ipc" + std::to_string(getpid()); // parallel test runs stay apart
+    Ipc::SetCurrentInstanceName("");
     EXPECT_EQ(guard(tty, "1"), "");
     EXPECT_EQ(guard(tty, ""), "Global\\ZEL.TAVO." + tty + " locked"); // the default
     const std::string tooLong(300, 'x');                              // for any file name
