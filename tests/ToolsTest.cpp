@@ -19,6 +19,11 @@ TEST(ToolsTest, AlignFitsToTheWidthOnTheLeft) {
     EXPECT_EQ(Align("", 0, ' '), "");
 }
 
+TEST(ToolsTest, JoinPutsTheSeparatorBetweenItems) {
+    const std::string items[] = {"a", "b"};
+    EXPECT_EQ(Join(items, 2, ", "), "a, b");
+}
+
 TEST(ToolsTest, FormatGrowsPastTheFixedBuffer) {
     EXPECT_EQ(Format("%s-%03d", "x", 7), "x-007");
     // Around the size of the fixed buffer (1024 with its terminating NUL) and far past it.
