@@ -81,7 +81,7 @@ protected:
             {"kept.csv", Articles(20, 5)},
             {"new.csv", Articles(10, 3)},
             {"gone.csv", "11\r\n"},
-            {"bad.csv", "1,\"A\",1\r\n\r\n3,\"C\",3\r\n1,\"B\",1\r\nx,\"bad\"\r\n"},
+            {"bad.csv", "1,\"A\",1\r\n\r\n3,\"C\",3\r\n1,\"B\",1\r\nx,\"bad\"\r\n4,abc\r\n"},
             {"dup.csv", "7,\"A\"\r\n7,\"B\"\r\n"},
             {"receipt.csv", "5,\"Milk\",0.89\r\n3\r\n\r\n5,\"Bread\",1.5\r\n1\r\n"},
             {"badreceipt.csv", "5,\"Milk\"\r\n3\r\n\"Total\",1\r\n"},
@@ -160,13 +160,14 @@ protected:
 TEST_F(CommandsTest, StandardCommandsEndWithTheirOutputStatusAndData) {
     const std::string badLines = "Line 2     - Record is empty               \n"
                                  "Line 5     - Record has bad format         \n"
-                                 "Line 1     - Record number is not unique   \n";
+                                 "Line 1     - Record number is not unique   \n"
+                                 "Line 6     - Record has bad format         \n";
     const Case cases[] = {
         Case("send lists every bad line", {"send", "3", "bad.csv"}, 2,
              badLines + "Records sent: 2\n" + Failed(2))
             .Section3("1,\"B\",1\r\n3,\"C\",3\r\n")
             .Log("Found 1 duplicate record(s)\nFound 1 empty record(s)\n"
-                 "Found 1 bad format record(s)\n"),
+                 "Found 2 bad format record(s)\n"),
         Case("allowed duplicates leave the other bad lines failing",
              {"send", "3", "bad.csv", "/IgnoreDuplicates=1"}, 2,
              badLines + "Records sent: 2\n" + Failed(2)),
@@ -245,8 +246,9 @@ TEST_F(CommandsTest, FiscalCommandsRunInFileOrderOrNotAtAll) {
         Case("a busy register", {"executefiscal", "one.csv"}, 3,
              "\nIncorrect keylock position\n" + Failed(3))
             .Simulator({"--fiscal-answer", "2"}),
-        Case("fiscal status", {"readfiscalstatus", "status.bin"}, 0,
+        Case("fiscal status", {"readfiscalstatus", "status.bin", "/Password=1"}, 0,
              "Reading ECR status...\r" + std::string(24, ' ') + "\r" + ok)
+            .Simulator({"--password", "1"})
             .File("status.bin=4711,\"FISCAL OK\",0,123.45\r\n")
             .OnTerminal(),
         Case("payment terminal status", {"readeftstatus", "eft.csv"}, 0, ok)
@@ -274,8 +276,9 @@ TEST_F(CommandsTest, BadDayEndsWithItsCauseAndLosesNothing) {
                                    "Line 2     - Record can not be updated     \n"
                                    "Line 3     - Record can not be updated     \n";
     const Case cases[] = {
-        Case("read and clear onto a full disk", {"readandclear", "3", "/dev/full"}, 13,
-             "File '/dev/full' write error\n" + Failed(13))
+        Case("read and clear onto a full disk", {"readandclear", "3", "/dev/full", "/Password=1"},
+             13, "File '/dev/full' write error\n" + Failed(13))
+            .Simulator({"--password", "1"})
             .Before(preload)
             .Section3(Articles(20, 5))
             .Errors("tavo: /dev/full: No space left on device\n"),
