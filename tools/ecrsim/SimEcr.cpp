@@ -105,40 +105,20 @@ void SimEcr::HandleAuthorisation(const std::vector<byte>& data) {
 }
 
 void SimEcr::HandleRequest(const std::vector<byte>& data) {
-    auto answer = [&](byte code) {
-        m_outgoing.push_back(ApplicationFrame(m_standardId, Code(code)));
-    };
-    if (data.size() < 2) {
-        Log("<- request too short " + HexBytes(data));
-        answer(ResponseCode_UnknownCommand);
+    if (AnsweredWithoutAction(data)) {
         return;
     }
     const int section = data[0];
     const byte action = data[1];
-    Log("<- request " + std::string(action <= 5 ? actionNames[action] : "?") + " section " +
-        std::to_string(section));
-    if (!m_options.password.empty() && !m_authorised) {
-        Log("-> not authorised");
-        answer(ResponseCode_BadFrame);
-        return;
-    }
-    if (m_options.requestAnswer >= 0) {
-        answer(static_cast<byte>(m_options.requestAnswer));
-        return;
-    }
     m_section = section;
     m_sessionRecords = 0;
     switch (action) {
     case Action_Read:
-        answer(ResponseCode_OK);
-        for (const std::vector<byte>& record : m_store.Records(section)) {
-            m_outgoing.push_back(ApplicationFrame(m_standardId, record));
-        }
-        m_outgoing.push_back(ApplicationFrame(m_standardId, {}));
+        StartRead(section);
         break;
     case Action_Write:
     case Action_Delete:
-        answer(ResponseCode_OK);
+        Answer(ResponseCode_OK);
         if (m_options.packet == 0) {
             m_packet = 0; // another run may send packets of another size
         }
@@ -146,18 +126,55 @@ void SimEcr::HandleRequest(const std::vector<byte>& data) {
         break;
     case Action_Clear:
     case Action_Init:
-        answer(ResponseCode_OK);
-        m_store.Clear(section);
-        m_store.Save(section);
-        for (int i = 0; i < m_options.waitFrames; ++i) {
-            answer(ResponseCode_Wait);
-        }
-        answer(ResponseCode_OK);
+        ClearSection(section);
         break;
     default:
-        answer(ResponseCode_UnknownCommand);
+        Answer(ResponseCode_UnknownCommand);
         break;
     }
+}
+
+bool SimEcr::AnsweredWithoutAction(const std::vector<byte>& data) {
+    if (data.size() < 2) {
+        Log("<- request too short " + HexBytes(data));
+        Answer(ResponseCode_UnknownCommand);
+        return true;
+    }
+    const byte action = data[1];
+    Log("<- request " + std::string(action <= 5 ? actionNames[action] : "?") + " section " +
+        std::to_string(data[0]));
+    if (!m_options.password.empty() && !m_authorised) {
+        Log("-> not authorised");
+        Answer(ResponseCode_BadFrame);
+        return true;
+    }
+    if (m_options.requestAnswer >= 0) {
+        Answer(static_cast<byte>(m_options.requestAnswer));
+        return true;
+    }
+    return false;
+}
+
+void SimEcr::Answer(byte code) {
+    m_outgoing.push_back(ApplicationFrame(m_standardId, Code(code)));
+}
+
+void SimEcr::StartRead(int section) {
+    Answer(ResponseCode_OK);
+    for (const std::vector<byte>& record : m_store.Records(section)) {
+        m_outgoing.push_back(ApplicationFrame(m_standardId, record));
+    }
+    m_outgoing.push_back(ApplicationFrame(m_standardId, {}));
+}
+
+void SimEcr::ClearSection(int section) {
+    Answer(ResponseCode_OK);
+    m_store.Clear(section);
+    m_store.Save(section);
+    for (int i = 0; i < m_options.waitFrames; ++i) {
+        Answer(ResponseCode_Wait);
+    }
+    Answer(ResponseCode_OK);
 }
 
 void SimEcr::HandleRecord(const std::vector<byte>& record) {

@@ -46,6 +46,15 @@ private:
 
     void HandleAuthorisation(const std::vector<byte>& data);
     void HandleRequest(const std::vector<byte>& data);
+    // Logs the request and answers it at once when it is too short, not authorised or answered
+    // by --request-answer; true when it has been answered so.
+    bool AnsweredWithoutAction(const std::vector<byte>& data);
+    // Queues a standard answer of just its code.
+    void Answer(byte code);
+    // The OK, every record of the section, and the end of the data.
+    void StartRead(int section);
+    // The section emptied and saved, answered OK, the "wait" answers and OK again.
+    void ClearSection(int section);
     void HandleRecord(const std::vector<byte>& record);
     void HandleAfterTimeout(const std::vector<byte>& data);
     void HandleFiscal(const std::vector<byte>& data);

@@ -4,8 +4,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <functional>
-#include <vector>
 
 namespace {
 
@@ -94,61 +92,96 @@ int ToInt(const std::string& option, const std::string& text, long long min, lon
     return static_cast<int>(value);
 }
 
+// Each option that takes a value sets its field from it, or fails with the option's name.
+using Setter = void (*)(SimOptions&, const std::string& name, const std::string& value);
+
+template <int SimOptions::*field, long long min, long long max>
+void SetInt(SimOptions& o, const std::string& name, const std::string& value) {
+    o.*field = ToInt(name, value, min, max);
+}
+
+template <std::string SimOptions::*field>
+void SetText(SimOptions& o, const std::string&, const std::string& value) {
+    o.*field = value;
+}
+
+void SetParity(SimOptions& o, const std::string& name, const std::string& value) {
+    if (value != "n" && value != "o" && value != "e") {
+        Fail("option " + name + " takes n, o or e");
+    }
+    o.parity = value[0];
+}
+
+void SetCorruptRate(SimOptions& o, const std::string& name, const std::string& value) {
+    char* end = nullptr;
+    o.corruptRate = std::strtod(value.c_str(), &end);
+    if (value.empty() || *end != '\0' || o.corruptRate < 0 || o.corruptRate > 1) {
+        Fail("option " + name + " takes a probability from 0 to 1");
+    }
+}
+
+void SetSeed(SimOptions& o, const std::string& name, const std::string& value) {
+    o.seed = static_cast<unsigned>(ToNumber(name, value));
+}
+
+void AddBusyRecord(SimOptions& o, const std::string& name, const std::string& value) {
+    o.busyRecords.insert(ToNumber(name, value));
+}
+
+void AddBadData(SimOptions& o, const std::string& name, const std::string& value) {
+    const size_t colon = value.find(':');
+    if (colon == std::string::npos) {
+        Fail("option " + name + " takes KEY:FIELD");
+    }
+    o.badDataRecords[ToNumber(name, value.substr(0, colon))] =
+        ToInt(name, value.substr(colon + 1), 0, 255);
+}
+
+const struct {
+    const char* name;
+    Setter set;
+} valueOptions[] = {
+    {"--device", SetText<&SimOptions::device>},
+    {"--baud", SetInt<&SimOptions::baud, 50, 4000000>},
+    {"--bits-per-byte", SetInt<&SimOptions::bitsPerByte, 1, 64>},
+    {"--turnaround", SetInt<&SimOptions::turnaroundMs, 0, 60000>},
+    {"--parity", SetParity},
+    {"--data-dir", SetText<&SimOptions::dataDir>},
+    {"--tc-version", SetInt<&SimOptions::tcVersion, 1, 3>},
+    {"--protocol-set", SetInt<&SimOptions::protocolSet, 0, 1>},
+    {"--password", SetText<&SimOptions::password>},
+    {"--packet", SetInt<&SimOptions::packet, 1, 100000>},
+    {"--packet-gap", SetInt<&SimOptions::packetGapMs, 1, 60000>},
+    {"--idle-timeout", SetInt<&SimOptions::idleTimeoutMs, 0, 3600000>},
+    {"--ack-timeout", SetInt<&SimOptions::ackTimeoutMs, 1, 60000>},
+    {"--retries", SetInt<&SimOptions::retries, 1, 1000>},
+    {"--wait-frames", SetInt<&SimOptions::waitFrames, 0, 100000>},
+    {"--request-answer", SetInt<&SimOptions::requestAnswer, 0, 255>},
+    {"--fiscal-answer", SetInt<&SimOptions::fiscalAnswer, 0, 255>},
+    {"--nak-first", SetInt<&SimOptions::nakFirst, 0, 1000000>},
+    {"--ignore-first", SetInt<&SimOptions::ignoreFirst, 0, 1000000>},
+    {"--garbage", SetInt<&SimOptions::garbageBytes, 0, 1000>},
+    {"--corrupt-rate", SetCorruptRate},
+    {"--seed", SetSeed},
+    {"--busy-record", AddBusyRecord},
+    {"--bad-data", AddBadData},
+    {"--session-timeout", SetInt<&SimOptions::sessionTimeoutAfter, 1, 1000000000>},
+    {"--stall-answer", SetInt<&SimOptions::stallAnswer, 1, 1000000000>},
+};
+
+Setter SetterOf(const std::string& name) {
+    for (const auto& option : valueOptions) {
+        if (name == option.name) {
+            return option.set;
+        }
+    }
+    Fail("unknown option " + name);
+}
+
 } // namespace
 
 SimOptions ParseSimOptions(int argc, char** argv) {
     SimOptions o;
-    using Setter = std::function<void(const std::string&, const std::string&)>;
-    const std::map<std::string, Setter> withValue = {
-        {"--device", [&](auto&, auto& v) { o.device = v; }},
-        {"--baud", [&](auto& n, auto& v) { o.baud = ToInt(n, v, 50, 4000000); }},
-        {"--bits-per-byte", [&](auto& n, auto& v) { o.bitsPerByte = ToInt(n, v, 1, 64); }},
-        {"--turnaround", [&](auto& n, auto& v) { o.turnaroundMs = ToInt(n, v, 0, 60000); }},
-        {"--parity",
-         [&](auto& n, auto& v) {
-             if (v != "n" && v != "o" && v != "e") {
-                 Fail("option " + n + " takes n, o or e");
-             }
-             o.parity = v[0];
-         }},
-        {"--data-dir", [&](auto&, auto& v) { o.dataDir = v; }},
-        {"--tc-version", [&](auto& n, auto& v) { o.tcVersion = ToInt(n, v, 1, 3); }},
-        {"--protocol-set", [&](auto& n, auto& v) { o.protocolSet = ToInt(n, v, 0, 1); }},
-        {"--password", [&](auto&, auto& v) { o.password = v; }},
-        {"--packet", [&](auto& n, auto& v) { o.packet = ToInt(n, v, 1, 100000); }},
-        {"--packet-gap", [&](auto& n, auto& v) { o.packetGapMs = ToInt(n, v, 1, 60000); }},
-        {"--idle-timeout", [&](auto& n, auto& v) { o.idleTimeoutMs = ToInt(n, v, 0, 3600000); }},
-        {"--ack-timeout", [&](auto& n, auto& v) { o.ackTimeoutMs = ToInt(n, v, 1, 60000); }},
-        {"--retries", [&](auto& n, auto& v) { o.retries = ToInt(n, v, 1, 1000); }},
-        {"--wait-frames", [&](auto& n, auto& v) { o.waitFrames = ToInt(n, v, 0, 100000); }},
-        {"--request-answer", [&](auto& n, auto& v) { o.requestAnswer = ToInt(n, v, 0, 255); }},
-        {"--fiscal-answer", [&](auto& n, auto& v) { o.fiscalAnswer = ToInt(n, v, 0, 255); }},
-        {"--nak-first", [&](auto& n, auto& v) { o.nakFirst = ToInt(n, v, 0, 1000000); }},
-        {"--ignore-first", [&](auto& n, auto& v) { o.ignoreFirst = ToInt(n, v, 0, 1000000); }},
-        {"--garbage", [&](auto& n, auto& v) { o.garbageBytes = ToInt(n, v, 0, 1000); }},
-        {"--corrupt-rate",
-         [&](auto& n, auto& v) {
-             char* end = nullptr;
-             o.corruptRate = std::strtod(v.c_str(), &end);
-             if (v.empty() || *end != '\0' || o.corruptRate < 0 || o.corruptRate > 1) {
-                 Fail("option " + n + " takes a probability from 0 to 1");
-             }
-         }},
-        {"--seed", [&](auto& n, auto& v) { o.seed = static_cast<unsigned>(ToNumber(n, v)); }},
-        {"--busy-record", [&](auto& n, auto& v) { o.busyRecords.insert(ToNumber(n, v)); }},
-        {"--bad-data",
-         [&](auto& n, auto& v) {
-             const size_t colon = v.find(':');
-             if (colon == std::string::npos) {
-                 Fail("option " + n + " takes KEY:FIELD");
-             }
-             o.badDataRecords[ToNumber(n, v.substr(0, colon))] =
-                 ToInt(n, v.substr(colon + 1), 0, 255);
-         }},
-        {"--session-timeout",
-         [&](auto& n, auto& v) { o.sessionTimeoutAfter = ToInt(n, v, 1, 1000000000); }},
-        {"--stall-answer", [&](auto& n, auto& v) { o.stallAnswer = ToInt(n, v, 1, 1000000000); }},
-    };
     for (int i = 1; i < argc; ++i) {
         const std::string name = argv[i];
         if (name == "--help" || name == "-h") {
@@ -159,14 +192,11 @@ SimOptions ParseSimOptions(int argc, char** argv) {
             o.quiet = true;
             continue;
         }
-        const auto setter = withValue.find(name);
-        if (setter == withValue.end()) {
-            Fail("unknown option " + name);
-        }
+        const Setter set = SetterOf(name);
         if (i + 1 >= argc) {
             Fail("option " + name + " needs a value");
         }
-        setter->second(name, argv[++i]);
+        set(o, name, argv[++i]);
     }
     return o;
 }

@@ -69,9 +69,29 @@ SimTransport::FrameVerdict SimTransport::Check(const std::vector<byte>& raw,
     if (m_framesSeen <= m_options.ignoreFirst + m_options.nakFirst) {
         return Frame_Bad;
     }
+    byte seqNo = 0;
+    if (!Parse(raw, payload, seqNo)) {
+        return Frame_Bad;
+    }
+    if (m_options.tcVersion == 1) {
+        return Frame_New; // no sequence numbers to tell a repetition by
+    }
+    if (seqNo == m_lastReceivedSeqNo &&
+        (seqNo != 0 || (!m_linkConfirmed && payload == m_firstPayload))) {
+        // A frame numbered 0 is a repetition (our ACK was lost) only while the PC may still be
+        // sending it: once it has taken a frame of ours, a frame 0 opens a new link.
+        return Frame_Repeated;
+    }
+    if (seqNo == 0) {
+        StartNewLink(payload);
+    }
+    m_lastReceivedSeqNo = seqNo;
+    return Frame_New;
+}
+
+bool SimTransport::Parse(const std::vector<byte>& raw, std::vector<byte>& payload, byte& seqNo) {
     payload.assign(1024, 0);
     const uint16 size = static_cast<uint16>(raw.size());
-    byte seqNo = 0;
     uint16 length;
     switch (m_options.tcVersion) {
     case 1:
@@ -85,31 +105,19 @@ SimTransport::FrameVerdict SimTransport::Check(const std::vector<byte>& raw,
         break;
     }
     payload.resize(length);
-    if (length == 0) {
-        return Frame_Bad;
+    return length != 0;
+}
+
+// The PC opened the line (or changed the protocol version): numbering starts anew, and
+// whatever the PC has not read yet belongs to the old link.
+void SimTransport::StartNewLink(const std::vector<byte>& payload) {
+    if (!m_stalled) {
+        m_line.DropUnread();
     }
-    if (m_options.tcVersion == 1) {
-        return Frame_New; // no sequence numbers to tell a repetition by
-    }
-    if (seqNo == m_lastReceivedSeqNo &&
-        (seqNo != 0 || (!m_linkConfirmed && payload == m_firstPayload))) {
-        // A frame numbered 0 is a repetition (our ACK was lost) only while the PC may still be
-        // sending it: once it has taken a frame of ours, a frame 0 opens a new link.
-        return Frame_Repeated;
-    }
-    if (seqNo == 0) {
-        // The PC opened the line (or changed the protocol version): numbering starts anew,
-        // and whatever the PC has not read yet belongs to the old link.
-        if (!m_stalled) {
-            m_line.DropUnread();
-        }
-        m_newConnection = true;
-        m_sendSeqNo = 32;
-        m_firstPayload = payload;
-        m_linkConfirmed = false;
-    }
-    m_lastReceivedSeqNo = seqNo;
-    return Frame_New;
+    m_newConnection = true;
+    m_sendSeqNo = 32;
+    m_firstPayload = payload;
+    m_linkConfirmed = false;
 }
 
 void SimTransport::Answer(byte answer) {
@@ -198,34 +206,42 @@ SimTransport::SendResult SimTransport::Send(const std::vector<byte>& payload) {
         std::vector<byte> block = m_line.Noise(m_options.garbageBytes);
         block.insert(block.end(), frame.begin(), frame.end());
         m_line.Write(block);
-        byte b;
-        while (m_line.ReadByte(b, m_options.ackTimeoutMs)) {
-            if (b == tcframe::ACK) {
-                m_linkConfirmed = true;
-                return Send_Delivered;
-            }
-            if (b == tcframe::NAK) {
-                break;
-            }
-            if (b != tcframe::STX) {
-                continue; // a damaged answer: wait for the time-out, then repeat
-            }
-            // The PC's own frame, taken by the PC as answered by ours.
-            std::vector<byte> raw;
-            std::vector<byte> received;
-            if (ReadRawFrame(raw, interByteTimeoutMs, true) && Check(raw, received) == Frame_New) {
-                m_received.push_back(received);
-            }
-            if (m_newConnection) {
-                // A new run of tavo, which does not want this frame of the old one.
-                return Send_Abandoned;
-            }
+        const SendResult result = AwaitAcknowledgement();
+        if (result != Send_Lost) {
+            return result;
         }
         if (SimLine::StopRequested()) {
             return Send_Abandoned;
         }
         if (!m_options.quiet) {
             std::fprintf(stderr, "ecrsim: -> frame not acknowledged (attempt %d)\n", attempt);
+        }
+    }
+    return Send_Lost;
+}
+
+SimTransport::SendResult SimTransport::AwaitAcknowledgement() {
+    byte b;
+    while (m_line.ReadByte(b, m_options.ackTimeoutMs)) {
+        if (b == tcframe::ACK) {
+            m_linkConfirmed = true;
+            return Send_Delivered;
+        }
+        if (b == tcframe::NAK) {
+            break;
+        }
+        if (b != tcframe::STX) {
+            continue; // a damaged answer: wait for the time-out, then repeat
+        }
+        // The PC's own frame, taken by the PC as answered by ours.
+        std::vector<byte> raw;
+        std::vector<byte> received;
+        if (ReadRawFrame(raw, interByteTimeoutMs, true) && Check(raw, received) == Frame_New) {
+            m_received.push_back(received);
+        }
+        if (m_newConnection) {
+            // A new run of tavo, which does not want this frame of the old one.
+            return Send_Abandoned;
         }
     }
     return Send_Lost;

@@ -44,7 +44,13 @@ private:
     // Reads bytes up to a complete STX..ETX frame; leading noise is dropped and logged.
     bool ReadRawFrame(std::vector<byte>& raw, int firstByteTimeoutMs, bool stxTaken);
     FrameVerdict Check(const std::vector<byte>& raw, std::vector<byte>& payload);
+    // Unpacks a raw frame of the configured version; false when it is damaged.
+    bool Parse(const std::vector<byte>& raw, std::vector<byte>& payload, byte& seqNo);
+    void StartNewLink(const std::vector<byte>& payload);
     std::vector<byte> Build(const std::vector<byte>& payload);
+    // Waits for the PC's answer to a frame just sent: Send_Delivered on its ACK, Send_Abandoned
+    // when a new link began, Send_Lost on a NAK or silence (worth another attempt).
+    SendResult AwaitAcknowledgement();
     void Answer(byte answer);
     // Cuts the frame after its first byte when it is the one --stall-answer names.
     bool StallHere(const std::vector<byte>& frame);

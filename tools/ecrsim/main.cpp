@@ -84,6 +84,38 @@ int OpenPseudoTerminal(std::string& deviceName, int& deviceSide) {
     return master;
 }
 
+// Sends the first queued answer; one the PC does not take ends the data session.
+void SendNext(SimLine& line, SimTransport& transport, SimEcr& ecr, Clock::time_point& lastHeard) {
+    const SimTransport::SendResult result = transport.Send(ecr.Outgoing().front());
+    if (result == SimTransport::Send_Delivered) {
+        ecr.Outgoing().pop_front();
+        lastHeard = Clock::now();
+    } else if (result == SimTransport::Send_Lost) {
+        ecr.EndSession("the PC took no answer");
+        line.DropUnread();
+    }
+}
+
+// Hands the PC's next frame to the register. A quiet line ends the PC's packet, so the held
+// answers go out; a data session that stays quiet for the idle time-out ends.
+void Listen(SimTransport& transport, SimEcr& ecr, const SimOptions& options, int gapMs,
+            Clock::time_point& lastHeard) {
+    std::vector<byte> frame;
+    if (transport.Receive(frame, ecr.HasHeld() ? gapMs : 100)) {
+        lastHeard = Clock::now();
+        if (transport.TakeNewConnection()) {
+            ecr.NewConnection();
+        }
+        ecr.Handle(frame);
+    } else if (ecr.HasHeld()) {
+        ecr.ReleaseHeld(true);
+    } else if (options.idleTimeoutMs > 0 && ecr.InDataSession() &&
+               Clock::now() - lastHeard > std::chrono::milliseconds(options.idleTimeoutMs)) {
+        ecr.EndSession("nothing heard from the PC for " + std::to_string(options.idleTimeoutMs) +
+                       " ms");
+    }
+}
+
 // The register at work until a stop is requested: answers go out first; answers to records
 // wait until the PC has sent its packet; a data session ends when a new link starts, when the
 // PC does not take an answer, or when nothing was heard from the PC for the idle time-out.
@@ -92,45 +124,20 @@ void Serve(SimLine& line, SimTransport& transport, SimEcr& ecr, const SimOptions
     // frame needs a few byte times more to show.
     const int gapMs = options.packetGapMs + static_cast<int>(3 * line.ByteTimeMs());
     Clock::time_point lastHeard = Clock::now();
-    std::vector<byte> frame;
     while (!SimLine::StopRequested()) {
         if (transport.TakeNewConnection() && !transport.Stalled()) {
             ecr.NewConnection();
         }
-        auto& outgoing = ecr.Outgoing();
         if (transport.Stalled()) {
-            outgoing.clear();
-            transport.Receive(frame, 100); // read on, answer nothing
-            continue;
-        }
-        if (!outgoing.empty()) {
-            const SimTransport::SendResult result = transport.Send(outgoing.front());
-            if (result == SimTransport::Send_Delivered) {
-                outgoing.pop_front();
-                lastHeard = Clock::now();
-            } else if (result == SimTransport::Send_Lost) {
-                ecr.EndSession("the PC took no answer");
-                line.DropUnread();
-            }
-            continue;
-        }
-        if (ecr.HeldPacketComplete()) {
+            ecr.Outgoing().clear();
+            std::vector<byte> ignored;
+            transport.Receive(ignored, 100); // read on, answer nothing
+        } else if (!ecr.Outgoing().empty()) {
+            SendNext(line, transport, ecr, lastHeard);
+        } else if (ecr.HeldPacketComplete()) {
             ecr.ReleaseHeld(false);
-            continue;
-        }
-        if (transport.Receive(frame, ecr.HasHeld() ? gapMs : 100)) {
-            lastHeard = Clock::now();
-            if (transport.TakeNewConnection()) {
-                ecr.NewConnection();
-            }
-            ecr.Handle(frame);
-        } else if (ecr.HasHeld()) {
-            // The line is quiet: the PC is waiting for the answers of its packet.
-            ecr.ReleaseHeld(true);
-        } else if (options.idleTimeoutMs > 0 && ecr.InDataSession() &&
-                   Clock::now() - lastHeard > std::chrono::milliseconds(options.idleTimeoutMs)) {
-            ecr.EndSession("nothing heard from the PC for " +
-                           std::to_string(options.idleTimeoutMs) + " ms");
+        } else {
+            Listen(transport, ecr, options, gapMs, lastHeard);
         }
     }
 }
