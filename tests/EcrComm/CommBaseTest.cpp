@@ -20,7 +20,7 @@ std::string Statistics() {
 class CommBaseTest : public LinkTest {
 protected:
     void SetUp() override {
-        Configure("[Common]\nSerialProtocolByteMaxTime=100\n");
+        Configure("[Common]\nSerialProtocolByteMaxTime=100\nPassword=1\n");
         IoStatistics::Reset();
         SetProtocol(GetProtocolIDBySet(Protocol_Standard));
         SelectCommChannel(CommChannel_SerialPort);
@@ -52,7 +52,7 @@ TEST_F(CommBaseTest, FramesGoOutStampedWithTheirHeader) {
 
 TEST_F(CommBaseTest, EachIncomingFrameCountsByItsOutcome) {
     const struct {
-        const char* sent;
+        std::string sent;
         uint16 expected, bufSize;
         const char *result, *counters; // result: "<CommResult>: <data delivered>"
     } cases[] = {
@@ -67,9 +67,10 @@ TEST_F(CommBaseTest, EachIncomingFrameCountsByItsOutcome) {
         // Silence, before the header or within the data, is a lost answer.
         {"", 0, 1024, "1: ", "0/6/1/2"},
         {"0B 02 00 41", 0, 1024, "1: ", "0/6/2/2"},
-        // Expecting more than a frame can hold: an error; nothing is read or counted.
-        {"0B 01 00 55", 1022, 1024, "3: ", "0/6/2/2"},
-        {"", 1, 1024, "0: 55", "0/7/2/2"},
+        // Expecting more than a frame can hold: an error; nothing is read or counted. A frame
+        // that fills the buffer exactly is taken (here into too small a buffer).
+        {"0B FD 03" + std::string(2 * 1021, '5'), 1022, 1024, "3: ", "0/6/2/2"},
+        {"", 1021, 3, "0: ", "0/7/2/2"},
         // A header announcing more is garbage.
         {"0B FE 03", 0, 1024, "2: ", "0/7/2/3"},
     };
@@ -85,18 +86,33 @@ TEST_F(CommBaseTest, EachIncomingFrameCountsByItsOutcome) {
     }
 }
 
-TEST_F(CommBaseTest, AnswersOfUnknownCodeAreUnexpectedData) {
+TEST_F(CommBaseTest, AnswersAreTakenByTheirCode) {
+    const std::string unexpected = "5: \nCommunication error: Unexpected data received";
     uint16 badField = 0;
-    byte status[1024];
-    const std::function<void()> readers[] = {
-        [&] { EndSendData(badField); },
-        [] { ReadClearStatus(); },
-        [&] { Fiscal_ReadStatus(status, sizeof(status)); },
+    byte status[4] = {0xEE, 0xEE, 0xEE, 0xEE};
+    const struct {
+        std::function<void()> call;
+        const char *answers, *requests; // the ECR's answers, and what it was sent before
+        std::string error;
+    } cases[] = {
+        {[&] { EndSendData(badField); }, "0B 01 00 63", "", unexpected},
+        {[] { ReadClearStatus(); }, "0B 01 00 63", "", unexpected},
+        {[&] { Fiscal_ReadEftStatus(status, 4); }, "0B 01 00 63", "0B 01 00 20", unexpected},
+        // Only the status lands in the caller's buffer, without the answer code.
+        {[&] { EXPECT_EQ(Fiscal_ReadStatus(status, 4), 2); }, "0B 03 00 00 41 42", "0B 01 00 64",
+         "nothing thrown"},
+        // "Not authorised" (03): the session is authorised and the request repeated without its
+        // version byte.
+        {[] { SendRequest(3, Action_Clear); }, "0B 01 00 03 0E 01 00 00 0B 01 00 00",
+         "0B 03 00 03 03 02 0E 02 00 00 31 0B 02 00 03 03", "nothing thrown"},
     };
-    for (const auto& read : readers) {
-        m_pty.Write(HexBytes("0B 01 00 63"));
-        EXPECT_EQ(ErrorOf(read), "5: \nCommunication error: Unexpected data received");
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.answers);
+        m_pty.Write(HexBytes(c.answers));
+        EXPECT_EQ(ErrorOf(c.call), c.error);
+        EXPECT_EQ(ToHex(m_pty.Read(100, 100)), c.requests);
     }
+    EXPECT_EQ(ToHex(Bytes(status, status + 4)), "41 42 EE EE");
 }
 
 TEST_F(CommBaseTest, ReplacingAChannelDoesNotCloseIt) {

@@ -85,40 +85,42 @@ TEST_F(PortWithTCTest, BlocksAreRepeatedWhenRefusedThenSentInTheNextVersion) {
 
 TEST_F(PortWithTCTest, ReceivingTakesEachGoodFrameOnce) {
     Open("3");
-    // An answer frame in place of the ACK confirms the block and is taken.
-    m_pty.Write(BuildFrame(3, HexBytes("5A 5B"), 32));
-    EXPECT_TRUE(Write("01"));
-    EXPECT_EQ(ToHex(m_pty.Read(100, 100)), Frame(3, "01", 0) + " 06");
     const struct {
         std::string sent;
+        const char* write; // a block written first, whose ACK the ECR replaces with its answer
         unsigned int size;
-        const char *delivered, *answers;
+        const char* delivered;
+        std::string answers;
     } cases[] = {
-        {"", 2, "5A 5B", ""},
         // A damaged frame (41 42 43 with one bit flipped) and one without payload are refused;
         // the repetition is taken.
-        {"02 21 414343 61EA 03" + Frame(3, "", 33) + Frame(3, "41 42 43", 33), 3, "41 42 43",
+        {"02 20 414343 60E9 03" + Frame(3, "", 32) + Frame(3, "41 42 43", 32), "", 3, "41 42 43",
          "15 15 06"},
         // Our ACK got lost: the same frame again is acknowledged and dropped. A stray byte
         // ahead of a frame is dropped.
-        {Frame(3, "41 42 43", 33) + "06" + Frame(3, "C3", 34), 1, "C3", "06 06"},
+        {Frame(3, "41 42 43", 32) + "06" + Frame(3, "C3", 33), "", 1, "C3", "06 06"},
+        // An answer frame in place of the ACK confirms the block and is taken.
+        {Frame(3, "5A 5B", 34), "01", 2, "5A 5B", Frame(3, "01", 0) + " 06"},
         // Noise that ends in ETX but holds no STX is dropped whole and not answered; so is
         // noise ahead of the next frame.
-        {"41 42 03 FF 41" + Frame(3, "01 02 03 04 05 06", 35), 2, "01 02", "06"},
-        {"", 2, "03 04", ""},
+        {"41 42 03 FF 41" + Frame(3, "01 02 03 04 05 06", 35), "", 2, "01 02", "06"},
+        {"", "", 2, "03 04", ""},
         // What is left of a frame, when that is less than asked for: what it has, and false.
-        {"", 3, "false: 05 06 EE", ""},
+        {"", "", 3, "false: 05 06 EE", ""},
         // A frame shorter than asked for: what it has, and false; the next Read takes a new
         // frame.
-        {Frame(3, "0A 0B 0C 0D", 36), 6, "false: 0A 0B 0C 0D EE EE", "06"},
-        {Frame(3, "0E 0F", 37), 2, "0E 0F", "06"},
+        {Frame(3, "0A 0B 0C 0D", 36), "", 6, "false: 0A 0B 0C 0D EE EE", "06"},
+        {Frame(3, "0E 0F", 37), "", 2, "0E 0F", "06"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.sent);
         m_pty.Write(HexBytes(c.sent));
+        EXPECT_TRUE(*c.write == '\0' || Write(c.write));
         Bytes data(c.size, 0xEE);
         const bool complete = m_port.Read(data.data(), c.size);
         EXPECT_EQ((complete ? "" : "false: ") + ToHex(data), c.delivered);
         EXPECT_EQ(ToHex(m_pty.Read(100, 50)), c.answers);
     }
+    // An empty block is a programming error.
+    EXPECT_EQ(ErrorOf([&] { m_port.Write(HexBytes("01").data(), 0); }), "99: Internal error");
 }
