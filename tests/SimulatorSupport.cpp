@@ -64,14 +64,6 @@ RunResult RunTavoOn(const EcrSimulator& sim, const TempDir& work,
     return RunTavo(args, options);
 }
 
-RunResult RunTavoOn(const EcrSimulator& sim, const TempDir& work,
-                    const std::vector<std::string>& command,
-                    const std::vector<std::string>& parameters, int timeoutMs) {
-    RunOptions options;
-    options.timeoutMs = timeoutMs;
-    return RunTavoOn(sim, work, command, parameters, options);
-}
-
 bool WaitFor(const std::function<bool()>& condition) {
     for (int i = 0; i < 200 && !condition(); ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));

@@ -37,10 +37,8 @@ private:
 // and log locations inside work, and then the further /Name=Value parameters.
 RunResult RunTavoOn(const EcrSimulator& sim, const TempDir& work,
                     const std::vector<std::string>& command,
-                    const std::vector<std::string>& parameters = {}, int timeoutMs = 60000);
-RunResult RunTavoOn(const EcrSimulator& sim, const TempDir& work,
-                    const std::vector<std::string>& command,
-                    const std::vector<std::string>& parameters, const RunOptions& options);
+                    const std::vector<std::string>& parameters = {},
+                    const RunOptions& options = {});
 
 // Polls the condition for at most 2 s; the simulator finishes some work after the run that
 // caused it has ended.

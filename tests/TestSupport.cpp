@@ -169,10 +169,6 @@ RunResult RunTavo(const std::vector<std::string>& args, const RunOptions& option
     return RunProcess(TAVO_EXECUTABLE, args, options);
 }
 
-RunResult RunTavo(const std::vector<std::string>& args, int timeoutMs) {
-    return RunProcess(TAVO_EXECUTABLE, args, timeoutMs);
-}
-
 void LoadConfiguration(const std::string& iniPath,
                        const std::vector<std::pair<std::string, std::string>>& parameters) {
     AppConfig::Clear();

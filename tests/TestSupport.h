@@ -56,8 +56,7 @@ RunResult RunProcess(const std::string& executable, const std::vector<std::strin
                      int timeoutMs = 20000);
 
 // Runs the built tavo executable.
-RunResult RunTavo(const std::vector<std::string>& args, const RunOptions& options);
-RunResult RunTavo(const std::vector<std::string>& args, int timeoutMs = 20000);
+RunResult RunTavo(const std::vector<std::string>& args, const RunOptions& options = {});
 
 // Makes the next configuration lookups see only the given INI file and command-line values,
 // as CollectParameters would after parsing them.
