@@ -23,7 +23,7 @@ protected:
     TempDir m_root;
 };
 
-TEST_F(InstallTest, FilesGoWhereTheyBelong) {
+TEST_F(InstallTest, InstallationIsReadyForUse) {
     // The package is the Runtime component; its postinst makes the log directory for the
     // serial ports' group, which an installation without the package must do by itself.
     ASSERT_NO_FATAL_FAILURE(Install("Runtime"));
@@ -35,16 +35,8 @@ TEST_F(InstallTest, FilesGoWhereTheyBelong) {
         EXPECT_TRUE(FileExists(Installed(path))) << path;
     }
     EXPECT_FALSE(FileExists(Installed("/var/log/tavo")));
-    // A configuration in place is the administrator's: installing again keeps it.
-    WriteFile(Installed("/etc/tavo/TAVO.ini"), "[Common]\nRetryCount=5\n");
-    ASSERT_NO_FATAL_FAILURE(Install());
-    EXPECT_TRUE(FileExists(Installed("/var/log/tavo")));
-    EXPECT_EQ(ReadFile(Installed("/etc/tavo/TAVO.ini")), "[Common]\nRetryCount=5\n");
-}
-
-TEST_F(InstallTest, InstalledProgramsWorkTogether) {
-    ASSERT_NO_FATAL_FAILURE(Install());
-    // Shop2 of the sample configuration has the password this register asks for.
+    // The installed programs work together: Shop2 of the sample configuration has the password
+    // this register asks for.
     EcrSimulator sim({"--password", "1234"}, Installed("/usr/bin/ecrsim"));
     ASSERT_FALSE(sim.Tty().empty());
     const RunResult r = RunProcess(Installed("/usr/bin/tavo"),
@@ -52,6 +44,11 @@ TEST_F(InstallTest, InstalledProgramsWorkTogether) {
                                     "/ConfigFilePath=" + Installed("/etc/tavo/TAVO.ini"),
                                     "/LogFilePath=" + Installed("/logs")});
     EXPECT_EQ(r.exitStatus, 0) << r.output;
+    // A configuration in place is the administrator's: installing again keeps it.
+    WriteFile(Installed("/etc/tavo/TAVO.ini"), "[Common]\nRetryCount=5\n");
+    ASSERT_NO_FATAL_FAILURE(Install());
+    EXPECT_TRUE(FileExists(Installed("/var/log/tavo")));
+    EXPECT_EQ(ReadFile(Installed("/etc/tavo/TAVO.ini")), "[Common]\nRetryCount=5\n");
 }
 
 } // namespace
