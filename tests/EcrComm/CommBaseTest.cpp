@@ -35,21 +35,6 @@ protected:
 
 } // namespace
 
-TEST_F(CommBaseTest, FramesGoOutStampedWithTheirHeader) {
-    const byte data[] = {0x41, 0x42};
-    EXPECT_EQ(SendFrame(data, 2), CommResult_OK);
-    EXPECT_EQ(SendFrame(data, 0), CommResult_OK);
-    EXPECT_EQ(ToHex(m_pty.Read(8, 1000)), "0B 02 00 41 42 0B 00 00");
-    // The largest frame, and one byte more.
-    Bytes largest = HexBytes("0B FD 03");
-    largest.resize(1025, 0x5A);
-    EXPECT_EQ(ErrorOf([&] { SendFrame(largest.data() + 3, 1022); }), "99: Internal error");
-    largest.pop_back();
-    EXPECT_EQ(SendFrame(largest.data() + 3, 1021), CommResult_OK);
-    EXPECT_EQ(ToHex(m_pty.Read(1025, 300)), ToHex(largest));
-    EXPECT_EQ(Statistics(), "3/0/0/0");
-}
-
 TEST_F(CommBaseTest, EachIncomingFrameCountsByItsOutcome) {
     const struct {
         std::string sent;
@@ -86,33 +71,43 @@ TEST_F(CommBaseTest, EachIncomingFrameCountsByItsOutcome) {
     }
 }
 
-TEST_F(CommBaseTest, AnswersAreTakenByTheirCode) {
+TEST_F(CommBaseTest, CallsExchangeFramesStampedWithTheirHeader) {
+    const std::string ok = "nothing thrown";
     const std::string unexpected = "5: \nCommunication error: Unexpected data received";
     uint16 badField = 0;
     byte status[4] = {0xEE, 0xEE, 0xEE, 0xEE};
+    // The largest frame, and one byte more.
+    Bytes data = HexBytes("0B FD 03");
+    data.resize(1025, 0x5A);
     const struct {
         std::function<void()> call;
-        const char *answers, *requests; // the ECR's answers, and what it was sent before
-        std::string error;
+        const char* answers; // the ECR's, before the call
+        std::string requests, error;
     } cases[] = {
+        {[&] { EXPECT_EQ(SendFrame(&data[3], 2), CommResult_OK); }, "", "0B 02 00 5A 5A", ok},
+        {[&] { EXPECT_EQ(SendFrame(&data[3], 0), CommResult_OK); }, "", "0B 00 00", ok},
+        {[&] { EXPECT_EQ(SendFrame(&data[3], 1021), CommResult_OK); }, "",
+         ToHex(Bytes(data.begin(), data.end() - 1)), ok},
+        {[&] { SendFrame(&data[3], 1022); }, "", "", "99: Internal error"},
         {[&] { EndSendData(badField); }, "0B 01 00 63", "", unexpected},
         {[] { ReadClearStatus(); }, "0B 01 00 63", "", unexpected},
         {[&] { Fiscal_ReadEftStatus(status, 4); }, "0B 01 00 63", "0B 01 00 20", unexpected},
         // Only the status lands in the caller's buffer, without the answer code.
         {[&] { EXPECT_EQ(Fiscal_ReadStatus(status, 4), 2); }, "0B 03 00 00 41 42", "0B 01 00 64",
-         "nothing thrown"},
+         ok},
         // "Not authorised" (03): the session is authorised and the request repeated without its
         // version byte.
         {[] { SendRequest(3, Action_Clear); }, "0B 01 00 03 0E 01 00 00 0B 01 00 00",
-         "0B 03 00 03 03 02 0E 02 00 00 31 0B 02 00 03 03", "nothing thrown"},
+         "0B 03 00 03 03 02 0E 02 00 00 31 0B 02 00 03 03", ok},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.answers);
         m_pty.Write(HexBytes(c.answers));
         EXPECT_EQ(ErrorOf(c.call), c.error);
-        EXPECT_EQ(ToHex(m_pty.Read(100, 100)), c.requests);
+        EXPECT_EQ(ToHex(m_pty.Read(2000, 100)), c.requests);
     }
     EXPECT_EQ(ToHex(Bytes(status, status + 4)), "41 42 EE EE");
+    EXPECT_EQ(Statistics(), "8/7/0/0");
 }
 
 TEST_F(CommBaseTest, ReplacingAChannelDoesNotCloseIt) {
