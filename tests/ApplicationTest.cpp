@@ -81,7 +81,8 @@ TEST_F(ApplicationTest, FailureBeforeTheLogIsOpenEndsTheRunUnlogged) {
         std::string logs = "logs"; // the log directory
     } cases[] = {
         // Logging starts after the command line has been read; level -1 opens no log at all,
-        // and of two settings of one name the later counts.
+        // and of two settings of one name the later counts. The last two find a file where the
+        // log directory belongs, and a directory where the log belongs.
         {{"clear", "3", "/Bad"}, 1, "Bad command line parameter: /Bad (use /? for help)"},
         {{"reads", "3"}, 1, "Unknown command (use /? for help)"},
         {{"runserver", "/StandardLog=1", "-StandardLog:-1"}, 99, "Internal error"},
