@@ -1,5 +1,6 @@
 #include "EcrComm/CommChannels/Linux/ComPort.h"
 
+#include <algorithm>
 #include <gmock/gmock.h>
 #include <unistd.h>
 
@@ -111,14 +112,10 @@ TEST_F(ComPortTest, ReadsWaitAsTheTimeoutsSay) {
         Configure("[Common]\nSerialProtocolByteMaxTime=" + std::string(c.byteMaxTime));
         m_port.Open();
         m_port.SetReadTimeout(c.timeoutMs);
+        m_pty.Write(HexBytes(c.silenceMs == nothing ? "" : "01"));
         auto ecr = std::async(std::launch::async, [&] {
-            if (c.silenceMs != nothing) {
-                m_pty.Write(HexBytes("01"));
-            }
-            if (c.silenceMs >= 0) {
-                usleep(c.silenceMs * 1000);
-                m_pty.Write(HexBytes("02 03"));
-            }
+            usleep(std::max(c.silenceMs, 0) * 1000);
+            m_pty.Write(HexBytes(c.silenceMs >= 0 ? "02 03" : ""));
         });
         byte data[3];
         const long long start = clock.GetValue();
