@@ -273,7 +273,7 @@ TEST_F(FileIoTest, EveryCsvLineIsARecordEmptyOrMalformed) {
     EXPECT_EQ(Load("\n\r\n  \n"), (Rows{"#1 empty", "#2 empty", "#3 empty"}));
 }
 
-TEST_F(FileIoTest, KeyedCsvRowsAreSortedWithoutDuplicates) {
+TEST_F(FileIoTest, KeyedCsvLinesAreSortedWithoutDuplicates) {
     // 2000 keys in a scrambled order, each line "<key>,1".
     std::string scrambled;
     Rows ascending(2000);
@@ -299,7 +299,7 @@ TEST_F(FileIoTest, KeyedCsvRowsAreSortedWithoutDuplicates) {
     }
 }
 
-TEST_F(FileIoTest, LongAndHostileCsvRowsAreReadWithinBounds) {
+TEST_F(FileIoTest, LongAndHostileCsvLinesAreReadWithinBounds) {
     // A 1024-character line comes in pieces of 1023: the rest, a lone quote, counts as line 2,
     // a record without a number.
     const std::string longLine = "1,\"" + std::string(1020, 'x') + "\"";
