@@ -129,11 +129,13 @@ TEST(EcrsimTest, LineModelPacesBothWaysOnlyWhenAsked) {
 // A data session the PC leaves idle ends on the register's side. (A run that vanished in the
 // middle of a transfer is followed at once by the next: the end-to-end signal test shows it.)
 TEST(EcrsimTest, IdleSessionEnds) {
-    testsupport::EcrSimulator sim({"--idle-timeout", "300"});
+    testsupport::EcrSimulator sim({"--idle-timeout", "500"});
     PcSide pc(sim.Tty());
     EXPECT_EQ(pc.Exchange({6, Action_Write, StandardRequestVersion}, 0), ResponseCode_OK);
-    std::this_thread::sleep_for(std::chrono::milliseconds(600));
-    EXPECT_EQ(pc.Exchange({0x0C, 0x01, 0x07}, 32), ResponseCode_UnknownCommand);
+    std::this_thread::sleep_for(std::chrono::milliseconds(200)); // a pause it still waits out
+    EXPECT_EQ(pc.Exchange({0x0C, 0x01, 0x07}, 32), ResponseCode_OK);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1000));
+    EXPECT_EQ(pc.Exchange({0x0C, 0x01, 0x07}, 33), ResponseCode_UnknownCommand);
 }
 
 TEST(EcrsimTest, SigtermEndsItWhileNobodyReadsTheLine) {
