@@ -68,6 +68,7 @@ std::string Patched(std::string content, size_t offset, uint32_t value, int widt
 class FileIoTest : public ::testing::Test {
 protected:
     void SetUp() override { testsupport::LoadConfiguration(dir.File("missing.ini")); }
+    // Every test leaves the problem counts at zero, as a run starts.
     void TearDown() override { FileErrors::Reset(); }
 
     // The records of a bitmap file of that content, or the one line "<exit status> <message>" when
@@ -322,7 +323,7 @@ TEST_F(FileIoTest, ProblemsAreListedByLineAndSummedUpInTheLog) {
         dir.File("none.ini"),
         {{"StandardLog", "1"}, {"DbgErrorLog", "0"}, {"LogFilePath", dir.Path()}});
     StartLogging();
-    FileErrors::Log();
+    FileErrors::Log(); // all counts zero: nothing to log
     testing::internal::CaptureStdout();
     FileErrors::AddBadDataRecord(12, 0);
     FileErrors::AddBadDataRecord(123456, 1);
