@@ -5,27 +5,18 @@
 
 #include "CommandLine.h"
 #include "Exceptions.h"
+#include "TestSupport.h"
 
 namespace {
 
-// Runs f and returns the display message of the exception it throws ("" if none).
-template <typename F> std::string CommandLineError(F f) {
-    try {
-        f();
-    } catch (Exception* e) {
-        const std::string message = e->GetDisplayMessage();
-        delete e;
-        return message;
-    }
-    return "";
-}
+using testsupport::ThrownBy;
 
 TEST(CommandLineTest, DataIsDigitsSaturatingAtIntMax) {
     EXPECT_EQ(ParseData("010"), 10);
     EXPECT_EQ(ParseData(""), 0);
     EXPECT_EQ(ParseData("99999999999999999999999"), INT_MAX);
     for (const char* bad : {"x1", "-1", "+1", " 1", "1 ", "0x10", "1.5"}) {
-        EXPECT_EQ(CommandLineError([&] { ParseData(bad); }), "Unknown data type (use /? for help)")
+        EXPECT_EQ(ThrownBy([&] { ParseData(bad); }), "1: Unknown data type (use /? for help)")
             << bad;
     }
 }
@@ -42,8 +33,8 @@ TEST(CommandLineTest, ParametersSplitAtTheFirstSeparator) {
         EXPECT_EQ(name + "|" + value, c.second);
     }
     for (const char* bad : {"/ComNumber", "/=5", "/ComNumber=", "ComNumber=5", "", "/:", "-"}) {
-        EXPECT_EQ(CommandLineError([&] { ParseConfigParam(bad, name, value); }),
-                  std::string("Bad command line parameter: ") + bad + " (use /? for help)")
+        EXPECT_EQ(ThrownBy([&] { ParseConfigParam(bad, name, value); }),
+                  std::string("1: Bad command line parameter: ") + bad + " (use /? for help)")
             << bad;
     }
 }
@@ -51,8 +42,8 @@ TEST(CommandLineTest, ParametersSplitAtTheFirstSeparator) {
 TEST(CommandLineTest, MissingArgumentsAreReported) {
     const char* argv[] = {"tavo", "read", "3"};
     for (const int argc : {2, 3}) { // without the data, without the file name
-        EXPECT_EQ(CommandLineError([&] { CollectParameters(argc, argv); }),
-                  "Not enough parameters (use /? for help)")
+        EXPECT_EQ(ThrownBy([&] { CollectParameters(argc, argv); }),
+                  "1: Not enough parameters (use /? for help)")
             << argc;
     }
 }

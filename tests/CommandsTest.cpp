@@ -128,6 +128,9 @@ protected:
         ASSERT_FALSE(sim.Tty().empty());
         if (!c.before.empty()) {
             ASSERT_EQ(Tavo(sim, c.before).exitStatus, 0);
+            // Every preparing run is a send; the simulator logs its end after tavo has ended.
+            ASSERT_TRUE(WaitFor(
+                [&] { return sim.TrafficLog().find("<- end of data") != std::string::npos; }));
         }
         const std::string trafficBefore = sim.TrafficLog();
         const RunResult r = Tavo(sim, c.command, c.terminal);

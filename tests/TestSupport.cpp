@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <poll.h>
 #include <signal.h>
 #include <sstream>
@@ -14,6 +15,7 @@
 #include <unistd.h>
 
 #include "AppConfig.h"
+#include "Exceptions.h"
 
 // Under AddressSanitizer, an allocation beyond its limit fails as it does without it, so that
 // "Not enough memory" can be tested.
@@ -167,6 +169,16 @@ RunResult RunProcess(const std::string& executable, const std::vector<std::strin
 
 RunResult RunTavo(const std::vector<std::string>& args, const RunOptions& options) {
     return RunProcess(TAVO_EXECUTABLE, args, options);
+}
+
+std::string ThrownBy(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (Exception* thrown) {
+        const std::unique_ptr<Exception> e(thrown);
+        return std::to_string(e->GetReturnCode()) + ": " + e->GetDisplayMessage();
+    }
+    return "";
 }
 
 void LoadConfiguration(const std::string& iniPath,

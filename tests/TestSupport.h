@@ -58,6 +58,10 @@ RunResult RunProcess(const std::string& executable, const std::vector<std::strin
 // Runs the built tavo executable.
 RunResult RunTavo(const std::vector<std::string>& args, const RunOptions& options = {});
 
+// What action throws, as "<return code>: <display message>"; "" when it throws no Exception.
+// The exception is deleted here.
+std::string ThrownBy(const std::function<void()>& action);
+
 // Makes the next configuration lookups see only the given INI file and command-line values,
 // as CollectParameters would after parsing them.
 void LoadConfiguration(const std::string& iniPath,

@@ -58,16 +58,7 @@ inline Bytes BuildFrame(int version, const Bytes& payload, byte seqNo, uint16 bu
     return frame;
 }
 
-// What action throws as "<return code>: <display message>", or "nothing thrown".
-inline std::string ErrorOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (Exception* thrown) {
-        const std::unique_ptr<Exception> e(thrown);
-        return std::to_string(e->GetReturnCode()) + ": " + e->GetDisplayMessage();
-    }
-    return "nothing thrown";
-}
+using testsupport::ThrownBy;
 
 // Hangs itself up when the test still runs timeLimitMs after it was made, so that no blocked
 // read can hang the test; the test then fails on the outcome it expected.

@@ -20,16 +20,7 @@
 
 namespace {
 
-// "<exit status> <message shown>" of the Exception that action throws; "" when it throws none.
-template <typename Action> std::string Failure(Action action) {
-    try {
-        action();
-    } catch (Exception* e) {
-        const std::unique_ptr<Exception> owned(e);
-        return std::to_string(e->GetReturnCode()) + " " + e->GetDisplayMessage();
-    }
-    return "";
-}
+using testsupport::ThrownBy;
 
 // Records of a file, or what a test makes of them.
 using Rows = std::vector<std::string>;
@@ -77,7 +68,7 @@ protected:
         testsupport::WriteFile(dir.File("in.bmp"), content);
         BmpFileReader reader;
         // A reader that failed to open holds no rows.
-        const std::string failure = Failure([&] { reader.Open(dir.File("in.bmp")); });
+        const std::string failure = ThrownBy([&] { reader.Open(dir.File("in.bmp")); });
         Rows rows;
         char buffer[1024];
         while (const int length = reader.Read(static_cast<int>(rows.size()), buffer, bufferSize)) {
@@ -149,8 +140,8 @@ TEST_F(FileIoTest, SettingOverridesSectionOverridesExtension) {
     }
     for (const char* unsupported : {"BIN", "txt", " CSV"}) {
         testsupport::LoadConfiguration(dir.File("missing.ini"), {{"FileType", unsupported}});
-        EXPECT_EQ(Failure([] { DetectFileType("plu.csv", 3); }),
-                  "10 Configuration error: Unsupported file type");
+        EXPECT_EQ(ThrownBy([] { DetectFileType("plu.csv", 3); }),
+                  "10: Configuration error: Unsupported file type");
     }
 }
 
@@ -161,8 +152,8 @@ TEST_F(FileIoTest, FactoriesMakeOnlyTheThreeKinds) {
     }
     // 3 is the only value beyond the three kinds that a FileType can hold.
     const FileType invalid = static_cast<FileType>(3);
-    EXPECT_EQ(Failure([&] { delete CreateFileReader(invalid); }), "99 Internal error");
-    EXPECT_EQ(Failure([&] { delete CreateFileWriter(invalid); }), "99 Internal error");
+    EXPECT_EQ(ThrownBy([&] { delete CreateFileReader(invalid); }), "99: Internal error");
+    EXPECT_EQ(ThrownBy([&] { delete CreateFileWriter(invalid); }), "99: Internal error");
 }
 
 TEST_F(FileIoTest, RawRecordsAre64BytesReadInAnyOrder) {
@@ -191,14 +182,14 @@ TEST_F(FileIoTest, RawWritesAreCheckedToTheDisk) {
     const std::string cases[][3] = {
         {path, "", ""},
         {"/dev/null", "", ""},
-        {"/dev/full", "13 File '/dev/full' write error", "99 Internal error"}};
+        {"/dev/full", "13: File '/dev/full' write error", "99: Internal error"}};
     for (const auto& [name, written, writtenAfter] : cases) {
         RawFileWriter writer;
         writer.Open(name);
-        EXPECT_EQ(Failure([&] { writer.Write(data.data(), static_cast<int>(data.size())); }),
+        EXPECT_EQ(ThrownBy([&] { writer.Write(data.data(), static_cast<int>(data.size())); }),
                   written);
-        EXPECT_EQ(Failure([&] { writer.Write("never", -1); }), writtenAfter);
-        EXPECT_EQ(Failure([&] { writer.Close(); }), "") << name;
+        EXPECT_EQ(ThrownBy([&] { writer.Write("never", -1); }), writtenAfter);
+        EXPECT_EQ(ThrownBy([&] { writer.Close(); }), "") << name;
     }
     EXPECT_EQ(testsupport::ReadFile(path), data);
 }
@@ -212,9 +203,9 @@ TEST_F(FileIoTest, BitmapWriterKeepsRowsOfTheFirstLengthBottomUp) {
         writer.Write("\x55\x55", 2); // forgotten by the next Open
         writer.Open(dir.File("logo.bmp"));
         writer.Write("\x01", 1);
-        EXPECT_EQ(Failure([&] { writer.Write("\x01\x02", 2); }),
-                  "50 System error: Unconsequent line length");
-        EXPECT_EQ(Failure([&] { writer.Write("\x01", -1); }), "99 Internal error");
+        EXPECT_EQ(ThrownBy([&] { writer.Write("\x01\x02", 2); }),
+                  "50: System error: Unconsequent line length");
+        EXPECT_EQ(ThrownBy([&] { writer.Write("\x01", -1); }), "99: Internal error");
     } // the row accepted before is still written when the writer goes away
     EXPECT_EQ(ReadRows(testsupport::ReadFile(dir.File("logo.bmp"))), Rows{"\x01"});
     const Rows rows = {"\x12\x34\x56\x78\x9a", "\xbc\xde\xf0\x01\x23", "\x45\x67\x89\xab\xcd"};
@@ -247,12 +238,12 @@ TEST_F(FileIoTest, UnsupportedOrDamagedBitmapsAreRefused) {
          {Patched(valid, 28, 4, 2), Patched(valid, 30, 1), Patched(valid, 26, 2, 2),
           Patched(valid, 0, 0x424d, 2), Patched(valid, 18, 0xffffffff),
           Patched(valid, 22, 0xffffffff), std::string("BM"), std::string()}) {
-        EXPECT_EQ(ReadRows(content), Rows{"13 Wrong bitmap file format"});
+        EXPECT_EQ(ReadRows(content), Rows{"13: Wrong bitmap file format"});
     }
     // Headers that promise more pixel data than the file holds are a read error.
     for (const std::string& content :
          {Patched(valid, 22, 3), Patched(valid, 10, 0xfffffff0), valid.substr(0, 58)}) {
-        EXPECT_EQ(ReadRows(content), Rows{"13 File '" + dir.File("in.bmp") + "' read error"});
+        EXPECT_EQ(ReadRows(content), Rows{"13: File '" + dir.File("in.bmp") + "' read error"});
     }
     // An empty picture has no records, and no pixel data or palette to be missing.
     const std::string empty = Patched(valid, 22, 0);

@@ -122,5 +122,5 @@ TEST_F(PortWithTCTest, ReceivingTakesEachGoodFrameOnce) {
         EXPECT_EQ(ToHex(m_pty.Read(100, 50)), c.answers);
     }
     // An empty block is a programming error.
-    EXPECT_EQ(ErrorOf([&] { m_port.Write(HexBytes("01").data(), 0); }), "99: Internal error");
+    EXPECT_EQ(ThrownBy([&] { m_port.Write(HexBytes("01").data(), 0); }), "99: Internal error");
 }

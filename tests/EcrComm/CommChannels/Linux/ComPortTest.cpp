@@ -69,7 +69,7 @@ TEST_F(ComPortTest, ComSettingsOfTheUnnamedSectionHoldWhileThePortIsOpen) {
     for (const char* settings : {"baud=2400", "baud=9601", "baud=-9600", "parity=x", "parity= n",
                                  "data=6", "data=9", "stop=0", "stop=3"}) {
         Configure("ComSettings=" + std::string(settings));
-        EXPECT_EQ(ErrorOf([&] { m_port.Open(); }),
+        EXPECT_EQ(ThrownBy([&] { m_port.Open(); }),
                   "50: System error: Bad serial port setup parameters")
             << settings;
         m_port.Close();
@@ -82,7 +82,8 @@ TEST_F(ComPortTest, DeviceHeldByAnotherProgramIsNotShared) {
     ComPort holder;
     holder.Open();
     ::testing::internal::CaptureStderr();
-    EXPECT_EQ(ErrorOf([&] { m_port.Open(); }), "16: \nAnother application is working now with ECR");
+    EXPECT_EQ(ThrownBy([&] { m_port.Open(); }),
+              "16: \nAnother application is working now with ECR");
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "tavo: /dev/" + m_pty.TtyName() +
                                                             ": in use by process " +
                                                             std::to_string(getpid()) + "\n");
@@ -142,13 +143,14 @@ TEST_F(ComPortTest, VanishedDeviceEndsWithAFixedError) {
         m_pty.CloseMaster();
     });
     byte data[4];
-    const std::string error = ErrorOf([&] { m_port.Read(data, 4); });
+    const std::string error = ThrownBy([&] { m_port.Read(data, 4); });
     ecr.get();
     // The read that was waiting fails; had the hang-up come between two reads, the next
     // timeout change would have.
     EXPECT_THAT(error, ::testing::AnyOf("50: System error: Serial port read error",
                                         "50: System error: Cannot read serial port timeouts"));
-    EXPECT_EQ(ErrorOf([&] { m_port.Write(data, 1); }), "50: System error: Serial port write error");
-    EXPECT_EQ(ErrorOf([&] { m_port.SetReadTimeout(100); }),
+    EXPECT_EQ(ThrownBy([&] { m_port.Write(data, 1); }),
+              "50: System error: Serial port write error");
+    EXPECT_EQ(ThrownBy([&] { m_port.SetReadTimeout(100); }),
               "50: System error: Cannot read serial port timeouts");
 }
