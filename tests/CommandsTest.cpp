@@ -160,7 +160,7 @@ protected:
     TempDir m_work;
 };
 
-TEST_F(CommandsTest, StandardCommandsEndWithTheirOutputStatusAndData) {
+TEST_F(CommandsTest, StandardCommandsEndWithTheirOutcome) {
     const std::string badLines = "Line 2     - Record is empty               \n"
                                  "Line 5     - Record has bad format         \n"
                                  "Line 1     - Record number is not unique   \n"
@@ -245,7 +245,8 @@ TEST_F(CommandsTest, FiscalCommandsRunInFileOrderOrNotAtAll) {
         Case("a bad line stops the run before any command", {"executefiscal", "badreceipt.csv"}, 2,
              "Line 3     - Record has bad format         \n\nInput file contains bad data\n" +
                  Failed(2))
-            .File("%fiscal.csv="),
+            .File("%fiscal.csv=")
+            .Log("Found 1 bad format record(s)\n"),
         Case("a busy register", {"executefiscal", "one.csv"}, 3,
              "\nIncorrect keylock position\n" + Failed(3))
             .Simulator({"--fiscal-answer", "2"}),
@@ -264,7 +265,7 @@ TEST_F(CommandsTest, FiscalCommandsRunInFileOrderOrNotAtAll) {
 
 // A bad day in a shop: whatever goes wrong, the run ends with its status and its cause, and the
 // register keeps what it had.
-TEST_F(CommandsTest, BadDayEndsWithItsCauseAndLosesNothing) {
+TEST_F(CommandsTest, BadDayEndsWithItsCauseLosingNothing) {
     const std::vector<std::string> preload = {"send", "3", "kept.csv", "/Password=1"};
     // A refused input: status 13, its cause, the register untouched and never contacted.
     auto refused = [&](const char* what, std::vector<std::string> command, const char* reason) {

@@ -234,6 +234,9 @@ TEST_F(FileIoTest, BitmapPaletteDecidesWhichBitIsDark) {
 TEST_F(FileIoTest, UnsupportedOrDamagedBitmapsAreRefused) {
     const std::string valid = Bitmap(8, 1, std::string(4, '\0'));
     EXPECT_EQ(ReadRows(valid), Rows{std::string(1, '\0')});
+    // The pixel data lies where the header says, after a gap if there is one.
+    EXPECT_EQ(ReadRows(Patched(valid.substr(0, 62) + "gap!" + valid.substr(62), 10, 66)),
+              Rows{std::string(1, '\0')});
     for (const std::string& content :
          {Patched(valid, 28, 4, 2), Patched(valid, 30, 1), Patched(valid, 26, 2, 2),
           Patched(valid, 0, 0x424d, 2), Patched(valid, 18, 0xffffffff),
